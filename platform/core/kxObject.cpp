@@ -1,0 +1,296 @@
+// Life of objects, comparison, copying and walking of fields.
+#include "platform/core/kxObject.h"
+
+#include "platform/core/kxMemoryBlock.h"
+#include "platform/core/kxObjectList.h"
+#include "platform/core/kxStringObj.h"
+
+#include <unordered_map>
+#include <vector>
+
+namespace Kel::Core
+{
+
+kxMetaObject* kxObject::s_metaObject = nullptr;
+
+namespace
+{
+
+uint32_t g_lastSerial = 0;
+size_t g_liveCount = 0;
+bool g_destroying = false;
+
+std::vector<const kxObject*>& waitingObjects()
+{
+    static auto* waiting = new std::vector<const kxObject*>;
+    return *waiting;
+}
+
+} // namespace
+
+/// Values of the fields that were appended to the object's classes at run time.
+struct kxObject::SideBlock
+{
+    struct Entry
+    {
+        const kxMetaField* field;
+        void* value;
+    };
+    std::vector<Entry> entries;
+
+    ~SideBlock()
+    {
+        for (const Entry& entry : entries)
+        {
+            entry.field->destroyValue(entry.value);
+            kxMemoryPool::release(entry.value, entry.field->getValueSize());
+        }
+    }
+};
+
+kxObject::kxObject() : m_serial(++g_lastSerial)
+{
+    ++g_liveCount;
+}
+
+kxObject::~kxObject()
+{
+    delete m_side;
+    --g_liveCount;
+}
+
+void kxObject::leaveLiveCount()
+{
+    --g_liveCount;
+}
+
+size_t kxObject::getLiveCount()
+{
+    return g_liveCount;
+}
+
+void kxObject::destroy() const
+{
+    // While one object is being destroyed, others that lose their last reference wait: a chain of a million nodes is
+    // released link by link, not a million calls deep.
+    auto& waiting = waitingObjects();
+    waiting.push_back(this);
+    if (g_destroying)
+        return;
+    g_destroying = true;
+    while (!waiting.empty())
+    {
+        const kxObject* object = waiting.back();
+        waiting.pop_back();
+        delete object;
+    }
+    g_destroying = false;
+}
+
+bool kxObject::isOfType(const kxMetaObject* type) const
+{
+    return getMetaObject()->isDerivedFrom(type);
+}
+
+const char* kxObject::getTypeName() const
+{
+    return getMetaObject()->getName().c_str();
+}
+
+void* kxObject::getSideValue(const kxMetaField* field, bool create) const
+{
+    if (m_side)
+        for (const SideBlock::Entry& entry : m_side->entries)
+            if (entry.field == field)
+                return entry.value;
+    if (!create)
+        return nullptr;
+    if (!m_side)
+        m_side = new SideBlock;
+    void* value = kxMemoryPool::getDefault().allocate(field->getValueSize());
+    field->constructValue(value);
+    m_side->entries.push_back({field, value});
+    return value;
+}
+
+bool kxObject::isAlikeShallow(const kxObject* other) const
+{
+    if (this == other)
+        return true;
+    if (!other || !other->isOfExactType(getMetaObject()))
+        return false;
+    if (const auto* list = kxCast<kxListBase>(this))
+        return list->isAlike(static_cast<const kxListBase*>(other));
+    for (const kxMetaField* field : getMetaObject()->getFields())
+        if (!field->isAppended() && !field->hasFlag(kxMetaField::NOT_COMPARED) &&
+            !field->isValueAlike(field->getAddress(this), field->getAddress(other)))
+            return false;
+    return true;
+}
+
+uint64_t kxObject::hashShallow() const
+{
+    if (const auto* list = kxCast<kxListBase>(this))
+        return list->hash();
+    uint64_t hash = getMetaObject()->getIndex();
+    for (const kxMetaField* field : getMetaObject()->getFields())
+        if (!field->isAppended() && !field->hasFlag(kxMetaField::NOT_COMPARED))
+        {
+            const uint64_t value = field->hashValue(field->getAddress(this));
+            hash = hashBytes(&value, sizeof value, hash);
+        }
+    return hash;
+}
+
+namespace
+{
+
+void copyListElements(const kxListBase* source, kxListBase* target)
+{
+    target->clear();
+    const uint32_t count = source->getCount();
+    for (uint32_t i = 0; i < count; ++i)
+        target->appendElement(source->getElementAddress(i));
+}
+
+} // namespace
+
+void kxObject::copyFieldsFrom(const kxObject* source)
+{
+    if (const auto* list = kxCast<kxListBase>(source))
+        return copyListElements(list, static_cast<kxListBase*>(this));
+    for (const kxMetaField* field : source->getMetaObject()->getFields())
+    {
+        const void* value = field->getAddress(source);
+        if (!value || field->hasFlag(kxMetaField::LINK_BACK) || field->hasFlag(kxMetaField::NOT_SAVED))
+            continue;
+        if (field->getKind() == kxFieldKind::OBJECT)
+        {
+            const auto* reference = static_cast<const kxObjectField*>(field);
+            if (const auto* list = kxCast<kxListBase>(reference->getObject(value)))
+            {
+                kxSmartPointer<kxObject> copy = list->getMetaObject()->createInstance();
+                copyListElements(list, static_cast<kxListBase*>(copy.get()));
+                reference->setObject(field->getAddress(this), copy);
+                continue;
+            }
+        }
+        field->copyValue(field->getAddress(this), value);
+    }
+}
+
+kxSmartPointer<kxObject> kxObject::copyShallow() const
+{
+    kxSmartPointer<kxObject> copy = getMetaObject()->createInstance();
+    if (copy)
+    {
+        copy->copyFieldsFrom(this);
+        copy->userLoaded();
+    }
+    return copy;
+}
+
+kxSmartPointer<kxObject> kxObject::copyDeep() const
+{
+    std::unordered_map<const kxObject*, kxSmartPointer<kxObject>> copies;
+    std::vector<const kxObject*> toFill;
+
+    // Types and fields are never copied; memory blocks are shared until written.
+    auto copyOf = [&](const kxObject* original) -> kxObject* {
+        if (!original || kxCast<kxMetaObject>(original) || kxCast<kxMetaField>(original))
+            return const_cast<kxObject*>(original);
+        kxSmartPointer<kxObject>& copy = copies[original];
+        if (!copy)
+        {
+            if (const auto* block = kxCast<kxMemoryBlock>(original))
+                copy = const_cast<kxMemoryBlock*>(block)->slice(0, block->getSize());
+            else
+            {
+                copy = original->getMetaObject()->createInstance();
+                toFill.push_back(original);
+            }
+        }
+        return copy;
+    };
+
+    kxSmartPointer<kxObject> result = copyOf(this);
+    for (size_t next = 0; next < toFill.size(); ++next)
+    {
+        const kxObject* original = toFill[next];
+        kxObject* copy = copies[original];
+        if (!copy)
+            continue;
+        if (const auto* list = kxCast<kxObjectList>(original))
+        {
+            auto* target = static_cast<kxObjectList*>(copy);
+            target->clear();
+            for (kxObject* element : *list)
+                target->append(copyOf(element));
+            continue;
+        }
+        if (const auto* list = kxCast<kxListBase>(original))
+        {
+            copyListElements(list, static_cast<kxListBase*>(copy));
+            continue;
+        }
+        for (const kxMetaField* field : original->getMetaObject()->getFields())
+        {
+            const void* value = field->getAddress(original);
+            if (!value || field->hasFlag(kxMetaField::LINK_BACK) || field->hasFlag(kxMetaField::NOT_SAVED))
+                continue;
+            if (field->getKind() == kxFieldKind::OBJECT || field->getKind() == kxFieldKind::MEMORY)
+            {
+                const auto* reference = static_cast<const kxObjectField*>(field);
+                reference->setObject(field->getAddress(copy), copyOf(reference->getObject(value)));
+            }
+            else
+                field->copyValue(field->getAddress(copy), value);
+        }
+    }
+    for (const kxObject* original : toFill)
+        if (kxObject* copy = copies[original])
+            copy->userLoaded();
+    return result;
+}
+
+void kxObject::resetFields()
+{
+    kxSmartPointer<kxObject> fresh = getMetaObject()->createInstance();
+    if (fresh)
+        copyFieldsFrom(fresh);
+    userResetFields();
+}
+
+int kxObject::traverseFields(kxTraverseCallback callback, void* context) const
+{
+    int sum = 0;
+    auto visitList = [&](auto& self, const kxObjectList* list, const kxMetaField* field) -> void {
+        for (uint32_t i = 0; i < list->getCount(); ++i)
+        {
+            kxObject* element = list->get(i);
+            if (!element)
+                continue;
+            sum += callback(element, field, context);
+            if (const auto* inner = kxCast<kxObjectList>(element))
+                self(self, inner, field);
+        }
+    };
+    for (const kxMetaField* field : getMetaObject()->getFields())
+    {
+        if (field->hasFlag(kxMetaField::LINK_BACK) ||
+            (field->getKind() != kxFieldKind::OBJECT && field->getKind() != kxFieldKind::MEMORY))
+            continue;
+        const void* value = field->getAddress(this);
+        kxObject* object = value ? static_cast<const kxObjectField*>(field)->getObject(value) : nullptr;
+        if (!object)
+            continue;
+        sum += callback(object, field, context);
+        if (const auto* list = kxCast<kxObjectList>(object))
+            visitList(visitList, list, field);
+    }
+    if (const auto* list = kxCast<kxObjectList>(this))
+        visitList(visitList, list, nullptr);
+    return sum;
+}
+
+} // namespace Kel::Core

@@ -1,0 +1,167 @@
+// Lists of objects.
+#pragma once
+
+#include "platform/core/kxListBase.h"
+
+namespace Kel::Core
+{
+
+/// Ordered list of object references, counted unless the class says otherwise. Null entries are allowed.
+///
+/// A list can also be kept sorted by identity: `insertSorted` adds an object at most once, `findSorted` finds it, and the
+/// order is made good when the list is next read, so that building a list of n objects in any order costs n log n.
+class kxObjectList : public kxListBase
+{
+    KX_OBJECT(kxObjectList, kxListBase)
+
+    kxObjectList() : kxObjectList(true) {}
+
+    /// Type that elements must have.
+    virtual kxMetaObject* getElementType() const { return kxObject::staticMetaObject(); }
+    bool accepts(const kxObject* object) const { return !object || object->isOfType(getElementType()); }
+    bool isCounted() const { return m_counted; }
+
+    uint32_t getCount() const override { return m_count; }
+    kxObject* get(uint32_t index) const
+    {
+        settle();
+        return m_data[index];
+    }
+    kxObject* getLast() const { return get(m_count - 1); }
+    kxObject* const* begin() const
+    {
+        settle();
+        return m_data;
+    }
+    kxObject* const* end() const { return begin() + m_count; }
+
+    void append(kxObject* object);
+    void insert(uint32_t index, kxObject* object);
+    void set(uint32_t index, kxObject* object);
+    void removeAt(uint32_t index);
+    /// Removes the last element; the list must not be empty.
+    void removeLast() { removeAt(m_count - 1); }
+    /// Removes the first element that is `object`; false when there is none.
+    bool remove(const kxObject* object);
+    void clear() override;
+    void reserve(uint32_t count);
+    void append(const kxObjectList& other);
+
+    /// Index of the first element that is `object` at or after `start`, -1 when there is none. Looks from both ends at
+    /// once, so that undoing or repeating a series of additions costs little.
+    int find(const kxObject* object, uint32_t start = 0) const;
+    bool contains(const kxObject* object) const { return find(object) >= 0; }
+
+    using Alike = bool (*)(kxObject* element, kxObject* object, void* context);
+    /// Index of the first element that the callback calls equal to `object`; appends the object and gives its index when
+    /// there is none. The callback is asked for the elements in order.
+    uint32_t appendUnique(kxObject* object, Alike alike, void* context);
+
+    /// First element whose field of that name has an alike value; null when there is none.
+    kxObject* findByField(kxStringRef fieldName, const void* value) const;
+
+    /// Adds an object to a list kept sorted by identity; false when it is there already.
+    bool insertSorted(kxObject* object);
+    /// Index in a list kept sorted by identity, -1 when absent.
+    int findSorted(const kxObject* object) const;
+    /// The same without an index: keeps a list that is being built from being put in order for the question.
+    bool containsSorted(const kxObject* object) const;
+
+    const kxMetaField* getElementField() const override;
+    const void* getElementAddress(uint32_t index) const override
+    {
+        settle();
+        return &m_data[index];
+    }
+    void appendElement(const void* value) override;
+
+protected:
+    explicit kxObjectList(bool counted) : m_counted(counted) {}
+    ~kxObjectList() override;
+
+private:
+    struct IdentitySet;
+
+    void settle() const
+    {
+        if (m_unsorted)
+            sort();
+    }
+    void sort() const;
+    void makeRoom();
+    void dropIndex()
+    {
+        if (m_members)
+            deleteIndex();
+    }
+    void deleteIndex();
+
+    kxObject** m_data = m_inline; // first element; lies within the storage, which may have room before it
+    uint32_t m_count = 0;
+    uint32_t m_capacity = kInline; // of the storage, the room before the first element included
+    uint32_t m_front = 0;          // room before the first element
+    bool m_counted;
+    mutable bool m_unsorted = false;
+    static constexpr uint32_t kInline = 1; // most nodes have one parent
+    kxObject* m_inline[kInline];
+    IdentitySet* m_members = nullptr; // while a sorted list is being built out of order
+};
+
+/// Typed view of an object list.
+template <class T, class B = kxObjectList> class kxTObjectList : public B
+{
+public:
+    T* get(uint32_t index) const { return static_cast<T*>(kxObjectList::get(index)); }
+    T* operator[](uint32_t index) const { return get(index); }
+    T* getLast() const { return get(this->getCount() - 1); }
+
+    class iterator
+    {
+    public:
+        explicit iterator(kxObject* const* at) : m_at(at) {}
+        T* operator*() const { return static_cast<T*>(*m_at); }
+        iterator& operator++()
+        {
+            ++m_at;
+            return *this;
+        }
+        bool operator!=(const iterator& other) const { return m_at != other.m_at; }
+
+    private:
+        kxObject* const* m_at;
+    };
+    iterator begin() const { return iterator(kxObjectList::begin()); }
+    iterator end() const { return iterator(kxObjectList::end()); }
+
+protected:
+    using B::B;
+};
+
+/// Declares a list class of elements of one type; KX_IMPLEMENT stands in a source file as for every class.
+#define KX_OBJECT_LIST(Class, Element)                                                                                 \
+    class Class : public Kel::Core::kxTObjectList<Element>                                                             \
+    {                                                                                                                  \
+        KX_OBJECT(Class, Kel::Core::kxObjectList)                                                                      \
+        Class() : kxTObjectList(true) {}                                                                               \
+        Kel::Core::kxMetaObject* getElementType() const override { return Element::staticMetaObject(); }               \
+                                                                                                                       \
+    protected:                                                                                                         \
+        explicit Class(bool counted) : kxTObjectList(counted) {}                                                       \
+    };
+
+/// Declares the form of a list class that holds no references: its owner sees to it that the elements outlive it.
+#define KX_NON_COUNTED_LIST(Class, Counted)                                                                            \
+    class Class : public Counted                                                                                       \
+    {                                                                                                                  \
+        KX_OBJECT(Class, Counted)                                                                                      \
+        Class() : Counted(false) {}                                                                                    \
+    };
+
+KX_OBJECT_LIST(kxObjectListList, kxObjectList)
+KX_OBJECT_LIST(kxMetaObjectList, kxMetaObject)
+KX_OBJECT_LIST(kxMetaObjectListList, kxMetaObjectList)
+KX_OBJECT_LIST(kxMetaFieldList, kxMetaField)
+KX_OBJECT_LIST(kxStringRefListList, kxStringRefList)
+KX_OBJECT_LIST(kxIntListList, kxIntList)
+
+} // namespace Kel::Core
