@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Sourced by the scripts beside it: where the tree stands, how many jobs a build may use, and the compiler cache.
 
 set -euo pipefail

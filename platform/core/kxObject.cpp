@@ -253,6 +253,11 @@ kxSmartPointer<kxObject> kxObject::copyDeep() const
     return result;
 }
 
+bool kxObject::userCheckLoaded(std::string&) const
+{
+    return true;
+}
+
 void kxObject::resetFields()
 {
     kxSmartPointer<kxObject> fresh = getMetaObject()->createInstance();

@@ -6,6 +6,7 @@
 #include "platform/core/kxStringRef.h"
 
 #include <cstdint>
+#include <string>
 
 /// Stands first in every reflected class: its names for itself and its base, and its type.
 /// The class then declares `static void listFields(Kel::Core::kxFields<Class>& fields);` when it has fields of its own.
@@ -79,6 +80,8 @@ public:
     /// Hooks: after `resetFields`; and after a file or a copy has set the fields of every object of one structure.
     virtual void userResetFields() {}
     virtual void userLoaded() {}
+    /// Hook after `userLoaded` of all objects of a file: false, with one line that says why, refuses the file.
+    virtual bool userCheckLoaded(std::string& fault) const;
 
     /// Objects now alive, classes and their fields left out; for tests.
     static size_t getLiveCount();
