@@ -23,7 +23,15 @@ class kxStringRef;
 class kxListBase;
 class kxObjectList;
 class kxDirectory;
+class kxDirEntry;
+class kxFileFormat;
+class kxFileInfo;
+class kxFileOptions;
+class kxInfo;
+class kxKXBFile;
+class kxMappedFile;
 class kxRegistry;
+class kxUserData;
 template <class T> class kxSmartPointer;
 template <class T> class kxFields;
 

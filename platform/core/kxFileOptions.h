@@ -1,0 +1,19 @@
+// What a reader or writer of files may do.
+#pragma once
+
+#include "platform/core/kxFields.h"
+
+namespace Kel::Core
+{
+
+/// Settings for reading and writing files. Formats with settings of their own derive from it; a format that is given
+/// another class takes its own defaults for them.
+class kxFileOptions : public kxObject
+{
+    KX_OBJECT(kxFileOptions, kxObject)
+    static void listFields(kxFields<kxFileOptions>& fields);
+
+    bool _allowOutside = false; ///< follow references to files outside the scene's folder
+};
+
+} // namespace Kel::Core
