@@ -40,7 +40,7 @@ class GltfFile:
             raise GltfError(f"{path}: {error.strerror}") from None
         text, self._binary = _splitBinary(path, data) if data[:4] == b"glTF" else (data, None)
         try:
-            self.json = json.loads(text.decode("utf-8-sig"))
+            self.json = json.loads(text.decode("utf-8-sig"), parse_float=_number)
         except (UnicodeDecodeError, ValueError) as error:
             raise GltfError(f"{path}: not JSON: {error}") from None
         if not isinstance(self.json, dict):
@@ -168,6 +168,12 @@ class GltfFile:
                 return file.read()
         except (OSError, ValueError) as error:
             raise GltfError(f"{self.path}: {uri}: {error}") from None
+
+
+def _number(text):
+    """An index may be written 1.0; JSON does not tell the two apart."""
+    value = float(text)
+    return int(value) if abs(value) < 2**53 and value == int(value) else value
 
 
 def _splitBinary(path, data):
