@@ -72,7 +72,8 @@ template <class T> kxMetaObject* kxRegisterClass(const char* name, const char* h
     if (T::s_metaObject)
         return T::s_metaObject;
     kxMetaObject::Factory factory = nullptr;
-    if constexpr (!std::is_abstract_v<T> && std::is_default_constructible_v<T>)
+    // Not is_default_constructible: that would ask for a public destructor as well.
+    if constexpr (requires(kxMemoryPool& pool) { new (pool) T; })
         factory = [](kxMemoryPool& pool) -> kxObject* { return new (pool) T; };
     kxMetaObject* base = nullptr;
     if constexpr (!std::is_same_v<T, kxObject>)

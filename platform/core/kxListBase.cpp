@@ -16,6 +16,11 @@ KX_IMPLEMENT(kxVec4fList)
 KX_IMPLEMENT(kxQuatfList)
 KX_IMPLEMENT(kxMatrix44fList)
 
+bool kxListBase::appendElementArray(const void*, uint32_t)
+{
+    return false;
+}
+
 bool kxListBase::isAlike(const kxListBase* other) const
 {
     const uint32_t count = getCount();

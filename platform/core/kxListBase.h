@@ -3,6 +3,7 @@
 
 #include "platform/core/kxFields.h"
 
+#include <cstring>
 #include <vector>
 
 namespace Kel::Core
@@ -22,6 +23,11 @@ class kxListBase : public kxObject
     virtual const void* getElementAddress(uint32_t index) const = 0;
     /// Adds an element at the end. For a list of objects the caller has asked whether it accepts the object.
     virtual void appendElement(const void* value) = 0;
+
+    /// All elements of a list of values as one array, as its field takes them; null for other lists.
+    virtual const void* getElementArray() const { return nullptr; }
+    /// Adds the elements of such an array, which may lie at any address; false, with nothing done, for other lists.
+    virtual bool appendElementArray(const void* values, uint32_t count);
 
     bool isEmpty() const { return getCount() == 0; }
     /// Element by element, as the element's field compares.
@@ -48,6 +54,16 @@ public:
     }
     const void* getElementAddress(uint32_t index) const override { return &m_values[index]; }
     void appendElement(const void* value) override { append(*static_cast<const T*>(value)); }
+    const void* getElementArray() const override { return m_values.data(); }
+    bool appendElementArray(const void* values, uint32_t count) override
+    {
+        if (count == 0)
+            return true;
+        const size_t before = m_values.size();
+        m_values.resize(before + count);
+        std::memcpy(static_cast<void*>(m_values.data() + before), values, count * sizeof(Stored));
+        return true;
+    }
 
     T get(uint32_t index) const { return static_cast<T>(m_values[index]); }
     T operator[](uint32_t index) const { return get(index); }

@@ -149,6 +149,11 @@ void copyListElements(const kxListBase* source, kxListBase* target)
 {
     target->clear();
     const uint32_t count = source->getCount();
+    if (const void* values = source->getElementArray())
+    {
+        target->appendElementArray(values, count);
+        return;
+    }
     for (uint32_t i = 0; i < count; ++i)
         target->appendElement(source->getElementAddress(i));
 }

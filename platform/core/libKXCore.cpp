@@ -1,8 +1,13 @@
 // The one list of the core library's classes.
 #include "platform/core/libKXCore.h"
 
-#include "platform/core/kxMemoryBlock.h"
+#include "platform/core/kxDirectory.h"
+#include "platform/core/kxFileInfo.h"
+#include "platform/core/kxKXBFile.h"
+#include "platform/core/kxFileFormat.h"
+#include "platform/core/kxMappedFile.h"
 #include "platform/core/kxObjectList.h"
+#include "platform/core/kxRegistry.h"
 #include "platform/core/kxStringObj.h"
 
 namespace Kel
@@ -55,6 +60,22 @@ void libKXCore_arkRegister()
     kxRegisterClass<kxStringObj>("kxStringObj", "text as an object");
     kxRegisterClass<kxStringObjList>("kxStringObjList", "list of texts");
     kxRegisterClass<kxMemoryBlock>("kxMemoryBlock", "run of bytes");
+    kxRegisterClass<kxMappedFile>("kxMappedFile", "bytes of a file");
+
+    kxRegisterClass<kxUserData>("kxUserData", "what a file says about an object for its own use");
+    kxRegisterClass<kxInfo>("kxInfo", "something that a file holds as a whole");
+    kxRegisterClass<kxInfoList>("kxInfoList", "list of infos");
+    kxRegisterClass<kxDirEntry>("kxDirEntry", "entry of a directory");
+    kxRegisterClass<kxObjectDirEntry>("kxObjectDirEntry", "entry of an object of the file itself");
+    kxRegisterClass<kxExternalDirEntry>("kxExternalDirEntry", "entry of an object in another file");
+    kxRegisterClass<kxDirEntryList>("kxDirEntryList", "list of entries of a directory");
+    kxRegisterClass<kxExternalDirEntryList>("kxExternalDirEntryList", "list of entries of objects in other files");
+    kxRegisterClass<kxDirectory>("kxDirectory", "what a file holds");
+    kxRegisterClass<kxFileOptions>("kxFileOptions", "settings for reading and writing files");
+    kxRegisterClass<kxFileFormat>("kxFileFormat", "a format of scene files");
+    kxRegisterClass<kxKXBFile>("kxKXBFile", "a file to be written");
+    kxRegisterClass<kxFileInfo>("kxFileInfo", "the file that a run works on");
+    kxRegisterClass<kxRegistry>("kxRegistry", "settings from a script");
 }
 
 } // namespace Kel

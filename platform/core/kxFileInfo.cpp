@@ -1,0 +1,108 @@
+#include "platform/core/kxFileInfo.h"
+
+#include "platform/core/kxKXBFile.h"
+
+namespace Kel::Core
+{
+
+KX_IMPLEMENT(kxFileInfo)
+
+void kxFileInfo::listFields(kxFields<kxFileInfo>& fields)
+{
+    fields.add(&kxFileInfo::_infoList, "_infoList", "every info that the file holds, in order");
+    fields.add(&kxFileInfo::_externalEntries, "_externalEntries", "what stands for objects in other files");
+    fields.add(&kxFileInfo::_directory, "_directory", "the loaded file");
+    fields.add(&kxFileInfo::_path, "_path", "path of the loaded file");
+}
+
+void kxFileInfo::reset()
+{
+    _infoList->clear();
+    _externalEntries->clear();
+    _directory = nullptr;
+    _path = kxStringRef();
+}
+
+void kxFileInfo::registerFile(kxDirectory* directory)
+{
+    _infoList->clear();
+    _externalEntries->clear();
+    _directory = directory;
+    if (!directory)
+        return;
+    const uint32_t count = directory->getSharedEntryCount();
+    for (uint32_t i = 0; i < count; ++i)
+        if (auto* info = kxCast<kxInfo>(directory->getSharedObject(i)))
+            _infoList->append(info);
+    for (kxDirEntry* entry : *directory->_entries)
+        if (auto* external = kxCast<kxExternalDirEntry>(entry))
+            _externalEntries->append(external);
+    // The directory keeps its roots; the objects that were collected only to find the infos are free to go.
+    directory->dropSharedEntries();
+}
+
+bool kxFileInfo::setupFile(kxObject* object, kxKXBFile* file, bool withAllInfos)
+{
+    const uint32_t before = file->_directory->getEntryCount();
+    auto nameOf = [this](const kxObject* added)
+    {
+        if (_directory)
+            for (const kxDirEntry* entry : *_directory->_entries)
+                if (entry->getObject() == added && !entry->getName().isNull())
+                    return entry->getName();
+        return getObjectName(added);
+    };
+    if (object)
+        file->addObject(object, nameOf(object));
+    if (!object || withAllInfos)
+    {
+        for (kxInfo* info : *_infoList)
+            if (!getExternalEntry(info))
+                file->addObject(info, nameOf(info));
+        for (const kxExternalDirEntry* external : *_externalEntries)
+            file->addExternal(external->getPath(), external->getObject(), external->getName());
+    }
+    return file->_directory->getEntryCount() > before;
+}
+
+void kxFileInfo::addInfo(kxInfo* info)
+{
+    if (info && !_infoList->contains(info))
+        _infoList->append(info);
+}
+
+kxExternalDirEntry* kxFileInfo::addExternalReference(kxStringRef path, kxObject* object)
+{
+    if (kxExternalDirEntry* known = getExternalEntry(object))
+    {
+        known->_path = path;
+        return known;
+    }
+    auto entry = kxNew<kxExternalDirEntry>();
+    entry->_name = getObjectName(object);
+    entry->_path = path;
+    entry->_object = object;
+    _externalEntries->append(entry);
+    return entry;
+}
+
+kxExternalDirEntry* kxFileInfo::getExternalEntry(const kxObject* object) const
+{
+    for (kxExternalDirEntry* entry : *_externalEntries)
+        if (object && entry->getObject() == object)
+            return entry;
+    return nullptr;
+}
+
+bool kxFileInfo::removeExternalEntry(const kxObject* object)
+{
+    kxExternalDirEntry* entry = getExternalEntry(object);
+    return entry && _externalEntries->remove(entry);
+}
+
+void kxFileInfo::removeAllExternalEntry()
+{
+    _externalEntries->clear();
+}
+
+} // namespace Kel::Core

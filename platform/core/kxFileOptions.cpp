@@ -1,0 +1,13 @@
+#include "platform/core/kxFileOptions.h"
+
+namespace Kel::Core
+{
+
+KX_IMPLEMENT(kxFileOptions)
+
+void kxFileOptions::listFields(kxFields<kxFileOptions>& fields)
+{
+    fields.add(&kxFileOptions::_allowOutside, "_allowOutside", "follow references to files outside the scene's folder");
+}
+
+} // namespace Kel::Core
