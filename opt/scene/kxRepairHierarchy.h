@@ -1,0 +1,53 @@
+// Makes both directions of every link between parents and children agree.
+#pragma once
+
+#include "opt/framework/kxOptBase.h"
+#include "platform/core/kxTSerialMap.h"
+#include "platform/sg/kxGroup.h"
+
+namespace Kel::Opt
+{
+
+/// Reports each node that lists a parent which does not list it, each group with a child that does not list it, and each node
+/// with a parent outside the graph; repairs them unless told not to.
+class kxRepairHierarchy : public kxOptBase
+{
+    KX_OBJECT(kxRepairHierarchy, kxOptBase)
+    static void listFields(kxFields<kxRepairHierarchy>& fields);
+
+    /// Every node met, sorted by identity, also those of earlier graphs. Holds no references: nodes of earlier graphs may be gone.
+    kxSmartPointer<kxNonRefCountedNodeList> _nodeList = kxNew<kxNonRefCountedNodeList>();
+    bool _disableRepair = false;
+    bool _createParentList = false;
+
+    kxRepairHierarchy();
+
+    /// Always true.
+    bool apply(kxSmartPointer<kxNode>& root) override;
+    bool configure(int section) override;
+
+    /// The first parent whose child list does not contain the node; null when all do.
+    static kxGroup* checkParentList(const kxNode* node);
+    /// The first child whose parent list does not contain the group; null when all do, or when `node` is no group.
+    static kxNode* checkChildList(const kxNode* node);
+
+protected:
+    ~kxRepairHierarchy() override;
+
+private:
+    class LinkIndex;
+    class Walk;
+
+    void collectNodes(kxNode* node, const kxGroup* pathParent, LinkIndex& links);
+    void detectLeakedNodes(kxNode* node, LinkIndex& links);
+    bool isKnown(const kxNode* node) const { return m_known.get(node); }
+    void adoptNodeList();
+    void mergeNodeList();
+
+    kxTSerialMap<bool> m_known;        // the nodes of `_nodeList`
+    std::vector<uint32_t> m_serials;   // of the elements of `_nodeList`, in order
+    std::vector<kxNode*> m_newlyKnown; // not in `_nodeList` yet
+    int64_t m_messageCount = 0;
+};
+
+} // namespace Kel::Opt
