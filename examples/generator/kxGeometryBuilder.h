@@ -26,8 +26,8 @@ public:
     /// A triangle seen counter-clockwise from its front.
     void addTriangle(const kxPoint& a, const kxPoint& b, const kxPoint& c);
 
-    /// A flat quad seen counter-clockwise from its front; the texture runs along from `a` to `b` and up from `a` to `d`.
-    /// With `stretch` the quad shows the whole texture once.
+    /// A flat quad seen counter-clockwise from its front; the texture runs along from `a` to `b` and up from `a` to
+    /// `d`. With `stretch` the quad shows the whole texture once.
     void addQuad(const kxPoint& a, const kxPoint& b, const kxPoint& c, const kxPoint& d, bool stretch = false);
 
     void addBox(const kxPoint& low, const kxPoint& high);

@@ -92,8 +92,8 @@ inline kxRotation rotationAbout(const kxPoint& axis, double turns)
     return {axis.x * sine, axis.y * sine, axis.z * sine, cosineOfTurns(turns * 0.5)};
 }
 
-/// The rotation that turns -z, where cameras and lights look, towards `direction` without a roll. `direction` is neither
-/// zero nor straight up or down.
+/// The rotation that turns -z, where cameras and lights look, towards `direction` without a roll. `direction` is
+/// neither zero nor straight up or down.
 inline kxRotation rotationTowards(const kxPoint& direction)
 {
     const kxPoint back = normalized(direction * -1.0);

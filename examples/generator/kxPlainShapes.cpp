@@ -1,8 +1,8 @@
 // The shapes of any size: city, chain and star.
 //
 // They share a dozen small geometries, so that the vertex data stays the same few kilobytes from a thousand nodes to a
-// million, and the hierarchy is what grows. Materials are many but look like one of eighteen: all are spelled out, as an
-// exporter does that writes one per object.
+// million, and the hierarchy is what grows. Materials are many but look like one of eighteen: all are spelled out, as
+// an exporter does that writes one per object.
 #include "kxGeometryBuilder.h"
 #include "kxPlacements.h"
 #include "kxShapes.h"
