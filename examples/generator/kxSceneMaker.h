@@ -210,8 +210,8 @@ struct kxScene
 kxScene makeScene(const kxSceneOptions& options);
 
 /// Writes `scene` as glTF 2.0: one binary file when `path` ends in ".glb", JSON with a ".bin" file beside it when it
-/// ends in ".gltf". The JSON is streamed, so that the hierarchy is not held a second time. False, with the reason in `error`,
-/// when the path has another ending or a file cannot be written; what stood at `path` is then as it was.
+/// ends in ".gltf". The JSON is streamed, so that the hierarchy is not held a second time. False, with the reason in
+/// `error`, when the path has another ending or a file cannot be written; what stood at `path` is then as it was.
 bool writeScene(const kxScene& scene, const std::string& path, std::string& error);
 
 } // namespace Kel::Examples
