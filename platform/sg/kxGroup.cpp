@@ -16,11 +16,16 @@ kxGroup::~kxGroup()
     removeAllChildren();
 }
 
-void kxGroup::insertChild(uint32_t index, kxNode* node)
+kxNodeList* kxGroup::getChildList() const
 {
     if (!_childList)
         _childList = kxNew<kxNodeList>();
-    _childList->insert(index, node);
+    return _childList;
+}
+
+void kxGroup::insertChild(uint32_t index, kxNode* node)
+{
+    getChildList()->insert(index, node);
     if (node)
         node->addParent(this);
 }
@@ -65,7 +70,7 @@ void kxGroup::removeAllChildren()
 void kxGroup::userLoaded()
 {
     if (!_childList)
-        _childList = kxNew<kxNodeList>();
+        return;
     for (kxNode* node : *_childList)
         if (node)
             node->addParent(this);

@@ -14,13 +14,15 @@ class kxGroup : public kxNode
     KX_OBJECT(kxGroup, kxNode)
     static void listFields(kxFields<kxGroup>& fields);
 
-    kxSmartPointer<kxNodeList> _childList = kxNew<kxNodeList>();
+    mutable kxSmartPointer<kxNodeList> _childList; ///< null until there is a child or somebody asks for the list
 
-    uint32_t getChildCount() const { return _childList->getCount(); }
+    uint32_t getChildCount() const { return _childList ? _childList->getCount() : 0; }
     kxNode* getChild(uint32_t index) const { return _childList->get(index); }
     /// Index of the first child that is `node`, -1 when there is none.
-    int getChild(const kxNode* node) const { return _childList->find(node); }
-    kxNodeList* getChildList() const { return _childList; }
+    int getChild(const kxNode* node) const { return _childList ? _childList->find(node) : -1; }
+    /// The list of the children, never null. To look at children use `getChild`: most groups of a scene are leaves, and a
+    /// walk that asks for their lists makes one for each.
+    kxNodeList* getChildList() const;
 
     void appendChild(kxNode* node) { insertChild(getChildCount(), node); }
     void insertChild(uint32_t index, kxNode* node);

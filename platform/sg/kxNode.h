@@ -13,7 +13,8 @@ class kxGroup;
 class kxNodeList;
 
 /// A node of the scene graph. It knows all its parents, once for each time that it is their child; a node with several is
-/// drawn once for each. Parents hold their children, not the other way round.
+/// drawn once for each. Parents hold their children, not the other way round. The order of the parents means nothing: it is
+/// the same in every run, but removing one of many moves others.
 class kxNode : public kxObject
 {
     KX_OBJECT(kxNode, kxObject)
@@ -25,6 +26,11 @@ class kxNode : public kxObject
 
     kxStringRef _name;
     uint32_t _flags = 0;
+
+private:
+    bool m_hasParentIndex = false; // stands here because it takes no room here
+
+public:
     kxSmartPointer<kxNodeList> _parentList; ///< null or empty: no parents
     kxSmartPointer<kxBoundingVolume> _boundingVolume;
     kxSmartPointer<kxUserData> _userData;
@@ -45,7 +51,8 @@ protected:
 private:
     friend class kxGroup;
     void addParent(kxGroup* parent);
-    void removeParent(kxGroup* parent);
+    /// Removes one entry of `parent`; does nothing when there is none.
+    void removeParent(const kxGroup* parent);
 };
 
 KX_OBJECT_LIST(kxNodeList, kxNode)
