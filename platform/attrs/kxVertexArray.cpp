@@ -1,5 +1,7 @@
 #include "platform/attrs/kxVertexArray.h"
 
+#include "platform/core/kxReport.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -120,6 +122,33 @@ uint32_t kxVertexArray::getIndex(int64_t index) const
     case 2: return readAs<uint16_t>(at);
     default: return readAs<uint32_t>(at);
     }
+}
+
+bool kxVertexArray::userCheckLoaded(std::string& fault) const
+{
+    const auto components = _componentCount;
+    const bool isKnownShape =
+        _matrix ? components == 4 || components == 9 || components == 16 : components >= 1 && components <= 4;
+    if (!isKnownShape || componentBytes(_componentType) == 0)
+    {
+        fault = kxFormat("vertex array %s: %s of %u components of type %d", _semantic.c_str(),
+                         _matrix ? "matrices" : "vectors", components, static_cast<int>(_componentType));
+        return false;
+    }
+    const auto available = static_cast<int64_t>(_data ? _data->getSize() : 0);
+    const int64_t elementBytes = getElementBytes();
+    bool isInside = _count >= 0 && _offset >= 0 && _stride >= 0;
+    if (isInside && _count > 0)
+    {
+        // By subtraction and division: sums and products of numbers from a file may overflow.
+        const int64_t lastStart = available - elementBytes;
+        isInside = _offset <= lastStart && (_stride == 0 || _count - 1 <= (lastStart - _offset) / _stride);
+    }
+    if (!isInside)
+        fault = kxFormat("vertex array %s: %lld elements, every %lld bytes from byte %lld on, in data of %lld bytes",
+                         _semantic.c_str(), static_cast<long long>(_count), static_cast<long long>(_stride),
+                         static_cast<long long>(_offset), static_cast<long long>(available));
+    return isInside;
 }
 
 } // namespace Kel::Attrs

@@ -24,7 +24,7 @@ const kxMetaEnum& kxMetaEnumOf(kxComponentType);
 uint32_t componentBytes(kxComponentType type);
 
 /// Values of one vertex attribute (or indices), in the component type that the file uses. Element i starts at byte
-/// `_offset + i * _stride` of `_data`; the reader has checked that all lie within. Integers may stand for 0 to 1 or -1 to 1
+/// `_offset + i * _stride` of `_data`; files in which one lies outside are refused. Integers may stand for 0 to 1 or -1 to 1
 /// (`_normalized`). Arrays are shared between primitives that use the same values.
 class kxVertexArray : public kxObject
 {
@@ -46,11 +46,15 @@ class kxVertexArray : public kxObject
 
     /// Bytes of one element, padding within matrices included.
     uint32_t getElementBytes() const;
+    /// First byte of an element; `index` is below `_count`.
     const uint8_t* getElement(int64_t index) const { return _data->getData() + _offset + index * _stride; }
-    /// One component as a number, fractions as such.
+    /// One component as a number, fractions as such. Components of matrices are counted column by column.
     double getComponent(int64_t index, uint32_t component) const;
-    /// An index; only for scalar integer arrays.
+    /// An index; only for scalar integer arrays. What it points to may lie outside of other arrays.
     uint32_t getIndex(int64_t index) const;
+
+    /// Refuses arrays with elements outside of their data.
+    bool userCheckLoaded(std::string& fault) const override;
 };
 
 KX_OBJECT_LIST(kxVertexArrayList, kxVertexArray)

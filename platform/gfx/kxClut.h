@@ -15,6 +15,9 @@ class kxClut : public kxObject
 
     uint32_t _entryCount = 0;
     kxSmartPointer<kxMemoryBlock> _entries;
+
+    /// Refuses a palette with more colours than bytes for them.
+    bool userCheckLoaded(std::string& fault) const override;
 };
 
 } // namespace Kel::Gfx

@@ -2,14 +2,14 @@
 
 #include "platform/attrs/kxTextureBindAttr.h"
 #include "platform/core/kxReport.h"
-#include "platform/sg/kxAttrSet.h"
+#include "platform/core/kxTSerialMap.h"
+#include "platform/sg/kxGeometry.h"
 #include "platform/sg/kxShader.h"
 #include "platform/sg/kxTimeSwitch.h"
 #include "platform/sg/kxTimeTransform.h"
 #include "platform/sg/kxTransformSequence1_5.h"
 
 #include <algorithm>
-#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -60,10 +60,11 @@ kxNode* findCycle(kxNode* root)
     };
     enum State : char
     {
+        NOT_MET,
         OPEN,
         DONE
     };
-    std::unordered_map<const kxNode*, State> states;
+    kxTSerialMap<State> states;
     std::vector<Step> path;
     auto enter = [&](kxNode* node)
     {
@@ -86,10 +87,10 @@ kxNode* findCycle(kxNode* root)
         kxNode* child = step.group->getChild(step.next++);
         if (!child || !child->isOfType(kxGroup::staticMetaObject()))
             continue;
-        const auto at = states.find(child);
-        if (at == states.end())
+        const State state = states.get(child);
+        if (state == NOT_MET)
             enter(child);
-        else if (at->second == OPEN)
+        else if (state == OPEN)
             return child;
     }
     return nullptr;
@@ -135,9 +136,15 @@ void kxSceneInfo::updateTextureList()
             auto* collector = static_cast<Collector*>(context);
             if (const auto* set = kxCast<kxAttrSet>(node))
                 collector->collect(set->getAttrs());
+            const auto* geometry = kxCast<kxGeometry>(node);
+            if (geometry && geometry->_variants)
+                for (const kxMaterialVariant* variant : *geometry->_variants)
+                    if (variant)
+                        collector->collect(variant->_attrs);
             if (const auto* shader = kxCast<kxShader>(node))
-                for (kxShaderPass* pass : *shader->_passes)
-                    collector->collect(pass->getAttrs());
+                for (const kxShaderPass* pass : *shader->_passes)
+                    if (pass)
+                        collector->collect(pass->getAttrs());
         },
         &collector);
 }
@@ -174,12 +181,17 @@ void kxSceneInfo::updateAnimationTime()
     _animationEnd = span.first <= span.last ? span.last : 0;
 }
 
-bool kxSceneInfo::userCheckLoaded(std::string& fault) const
+bool checkNoCycle(kxNode* root, std::string& fault)
 {
-    const kxNode* node = findCycle(_sceneGraph);
+    const kxNode* node = findCycle(root);
     if (node)
         fault = kxFormat("node \"%s\" lies below itself", node->getName().c_str());
     return node == nullptr;
+}
+
+bool kxSceneInfo::userCheckLoaded(std::string& fault) const
+{
+    return checkNoCycle(_sceneGraph, fault);
 }
 
 } // namespace Kel::Sg

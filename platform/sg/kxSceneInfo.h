@@ -26,7 +26,7 @@ class kxSceneInfo : public kxInfo
 
     /// Collects the cameras of the graph, in order, each once.
     void updateCameraList();
-    /// Collects the textures that attribute sets and shader passes of the graph bind, in order, each once.
+    /// Collects the textures that attribute sets, material variants and shader passes of the graph bind, in order, each once.
     void updateTextureList();
     /// Sets the times to the first and last key of what moves by itself in the graph (time switches and time transforms).
     void updateAnimationTime();
@@ -43,5 +43,7 @@ void forEachNodeOnce(kxNode* root, void (*callback)(kxNode* node, void* context)
 
 /// A node that lies below itself; null when the graph has none. Iterative, O(nodes + links).
 kxNode* findCycle(kxNode* root);
+/// False, with one line that names the node, when there is such a node.
+bool checkNoCycle(kxNode* root, std::string& fault);
 
 } // namespace Kel::Sg

@@ -1,5 +1,7 @@
 #include "platform/sg/kxSkin.h"
 
+#include "platform/sg/kxSceneInfo.h"
+
 namespace Kel::Sg
 {
 
@@ -15,6 +17,11 @@ void kxSkin::listFields(kxFields<kxSkin>& fields)
                "for each bone the matrix from the mesh to the bone at rest, null for identities");
     fields.add(&kxSkin::_skinnedGraph, "_skinnedGraph", "graph drawn with this skin alone, outside every scene");
     fields.add(&kxSkin::_userData, "_userData", "what a file says beyond these fields");
+}
+
+bool kxSkin::userCheckLoaded(std::string& fault) const
+{
+    return checkNoCycle(_skinnedGraph, fault);
 }
 
 } // namespace Kel::Sg

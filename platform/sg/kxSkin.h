@@ -24,6 +24,9 @@ class kxSkin : public kxObject
 
     kxNode* getSkinnedGraph() const { return _skinnedGraph; }
     void setSkinnedGraph(kxNode* graph) { _skinnedGraph = graph; }
+
+    /// Refuses a skinned graph in which a node lies below itself.
+    bool userCheckLoaded(std::string& fault) const override;
 };
 
 KX_OBJECT_LIST(kxSkinList, kxSkin)
