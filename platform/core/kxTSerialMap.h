@@ -35,6 +35,16 @@ public:
     }
     void clear() { m_pages.clear(); }
 
+    /// Calls `callback(value)` for every value that may have been set, and for others, in the order of the serials.
+    template <class F>
+    void forEach(F callback)
+    {
+        for (std::unique_ptr<Page>& page : m_pages)
+            if (page)
+                for (T& value : *page)
+                    callback(value);
+    }
+
 private:
     static constexpr uint32_t kPageBits = 10;
     static constexpr uint32_t kPageMask = (1u << kPageBits) - 1;

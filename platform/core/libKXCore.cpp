@@ -4,6 +4,7 @@
 #include "platform/core/kxDirectory.h"
 #include "platform/core/kxFileInfo.h"
 #include "platform/core/kxKXBFile.h"
+#include "platform/core/kxKXBFormat.h"
 #include "platform/core/kxFileFormat.h"
 #include "platform/core/kxMappedFile.h"
 #include "platform/core/kxObjectList.h"
@@ -73,6 +74,7 @@ void libKXCore_arkRegister()
     kxRegisterClass<kxDirectory>("kxDirectory", "what a file holds");
     kxRegisterClass<kxFileOptions>("kxFileOptions", "settings for reading and writing files");
     kxRegisterClass<kxFileFormat>("kxFileFormat", "a format of scene files");
+    kxRegisterClass<kxKXBFormat>("kxKXBFormat", "the native file format");
     kxRegisterClass<kxKXBFile>("kxKXBFile", "a file to be written");
     kxRegisterClass<kxFileInfo>("kxFileInfo", "the file that a run works on");
     kxRegisterClass<kxRegistry>("kxRegistry", "settings from a script");

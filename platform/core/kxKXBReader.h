@@ -1,0 +1,103 @@
+// Reading of native files.
+#pragma once
+
+#include "platform/core/kxDirectory.h"
+#include "platform/core/kxKXBLayout.h"
+
+#include <string>
+#include <vector>
+
+namespace Kel::Core
+{
+
+/// Makes the objects of one file. Every number that the file gives is checked before it is used. What allocates is bounded by
+/// the size of the file: whatever is counted stands in it.
+class kxKXBReader
+{
+public:
+    /// `name` stands for the file in messages.
+    kxKXBReader(kxMemoryBlock* bytes, const char* name);
+    ~kxKXBReader();
+
+    /// Adds the entries of the file to the directory. On failure reports one line, and adds nothing.
+    bool read(kxDirectory& directory);
+
+private:
+    struct Type;
+    struct Operation;
+
+    [[gnu::format(printf, 2, 3)]] bool fail(const char* format, ...);
+    [[gnu::format(printf, 2, 3)]] void warn(const char* format, ...);
+
+    bool readHeader();
+    bool readStrings();
+    bool readTypes();
+    bool bindType(const KXB::Type& header, std::vector<KXB::Field>& fields);
+    void bindFields(Type& type, const std::vector<KXB::Field>& fields);
+    Operation bindField(const Type& type, const KXB::Field& field);
+    bool createObjects();
+    bool findLeaf(uint32_t slot, const KXB::Leaf& leaf);
+    bool readRecords();
+    bool readFields(kxObject* object, Type& type);
+    bool readValue(const Type& type, Operation& operation, const uint8_t* source, void* value);
+    bool readReference(const Type& type, Operation& operation, uint32_t number, void* value);
+    bool readValueList(kxListBase* list, const Type& type);
+    bool readObjectList(uint32_t slot, kxObjectList* list, Type& type);
+    bool checkListDepth();
+    void checkUncountedLists();
+    bool callLoaded();
+    bool readEntries();
+    void dropReferences();
+
+    const uint8_t* take(uint64_t byteCount)
+    {
+        if (byteCount > m_recordsLeft)
+            return nullptr;
+        const uint8_t* at = m_record;
+        m_record += byteCount;
+        m_recordsLeft -= byteCount;
+        return at;
+    }
+    bool takeNumber(uint32_t& number)
+    {
+        const uint8_t* at = take(sizeof number);
+        if (at)
+            std::memcpy(&number, at, sizeof number);
+        return at != nullptr;
+    }
+    bool getString(uint32_t number, kxStringRef& string) const
+    {
+        if (number > m_strings.size())
+            return false;
+        string = number ? m_strings[number - 1] : kxStringRef();
+        return true;
+    }
+    const KXB::Section& section(KXB::SectionId id) const { return m_sections[id - 1]; }
+    const uint8_t* bytesOf(KXB::SectionId id) const { return m_data + section(id).offset; }
+    bool slotAccepts(uint32_t slot, const kxMetaObject* type) const;
+
+    kxMemoryBlock* m_bytes;
+    const uint8_t* m_data;
+    uint64_t m_size;
+    const char* m_name;
+    KXB::Section m_sections[KXB::kSectionCount] = {};
+    std::vector<kxStringRef> m_strings;
+    std::vector<Type> m_types;
+    std::vector<uint32_t> m_slots; // number of the type of each object
+    std::vector<kxSmartPointer<kxObject>> m_objects;
+    const uint8_t* m_record = nullptr;
+    uint64_t m_recordsLeft = 0;
+    std::vector<std::pair<uint32_t, uint32_t>> m_listsInLists; // slots of the outer and the inner list
+    std::vector<uint32_t> m_uncountedLists;                    // slots
+    struct Root
+    {
+        kxStringRef name;
+        kxStringRef path;
+        kxObject* object;
+        bool external;
+    };
+    std::vector<Root> m_roots;
+    bool m_done = false;
+};
+
+} // namespace Kel::Core
