@@ -14,95 +14,191 @@ KX_IMPLEMENT(kxMetaFieldList)
 KX_IMPLEMENT(kxStringRefListList)
 KX_IMPLEMENT(kxIntListList)
 
-/// Serials of the members: open addressing, serial 0 never given out.
-struct kxObjectList::IdentitySet
+// An index from elements to their places serves `find` in long lists, and membership while a sorted list is being built out
+// of order. It knows slots of the storage, which do not change when other elements come and go; only elements that the
+// gap passes over are entered anew. A list in which an object stands twice has none.
+struct kxObjectList::Index
 {
-    std::vector<uint32_t> slots = std::vector<uint32_t>(64, 0);
+    static constexpr uint32_t kFree = 0; // serials start at 1
+
+    struct Entry
+    {
+        uint32_t serial;
+        uint32_t slot;
+    };
+    std::vector<Entry> entries;
     size_t count = 0;
+    uint64_t scanned = 0; // elements that searches have looked at since the index was dropped
+    bool active = false;
+    bool impossible = false; // an object stands twice
 
     static size_t hash(uint32_t serial) { return (serial * 0x9E3779B97F4A7C15ull) >> 32; }
-    bool contains(uint32_t serial) const
+    size_t mask() const { return entries.size() - 1; }
+
+    Entry* find(uint32_t serial)
     {
-        for (size_t i = hash(serial) & (slots.size() - 1); slots[i]; i = (i + 1) & (slots.size() - 1))
-            if (slots[i] == serial)
-                return true;
-        return false;
+        for (size_t i = hash(serial) & mask(); entries[i].serial != kFree; i = (i + 1) & mask())
+            if (entries[i].serial == serial)
+                return &entries[i];
+        return nullptr;
     }
-    void add(uint32_t serial)
+    void start(size_t expected)
     {
-        if (count * 2 >= slots.size())
+        size_t size = 64;
+        while (size < expected * 2)
+            size *= 2;
+        entries.assign(size, Entry{kFree, 0});
+        count = 0;
+        active = true;
+    }
+    /// False when the object is there already.
+    bool add(uint32_t serial, uint32_t slot)
+    {
+        if (find(serial))
+            return false;
+        if (count * 2 >= entries.size())
         {
-            std::vector<uint32_t> old(slots.size() * 2, 0);
-            old.swap(slots);
-            for (uint32_t s : old)
-                if (s)
-                    place(s);
+            std::vector<Entry> old(entries.size() * 2, Entry{kFree, 0});
+            old.swap(entries);
+            for (const Entry& entry : old)
+                if (entry.serial != kFree)
+                    place(entry);
         }
-        place(serial);
+        place({serial, slot});
         ++count;
+        return true;
     }
-    void place(uint32_t serial)
+    void remove(uint32_t serial)
     {
-        size_t i = hash(serial) & (slots.size() - 1);
-        while (slots[i])
-            i = (i + 1) & (slots.size() - 1);
-        slots[i] = serial;
+        Entry* entry = find(serial);
+        if (!entry)
+            return;
+        // Entries behind the hole that were pushed past it move up, so that searches need no marks of removal.
+        size_t hole = static_cast<size_t>(entry - entries.data());
+        for (size_t i = (hole + 1) & mask(); entries[i].serial != kFree; i = (i + 1) & mask())
+        {
+            const size_t home = hash(entries[i].serial) & mask();
+            if (((i - home) & mask()) >= ((i - hole) & mask()))
+            {
+                entries[hole] = entries[i];
+                hole = i;
+            }
+        }
+        entries[hole].serial = kFree;
+        --count;
+    }
+
+private:
+    void place(Entry entry)
+    {
+        size_t i = hash(entry.serial) & mask();
+        while (entries[i].serial != kFree)
+            i = (i + 1) & mask();
+        entries[i] = entry;
     }
 };
+
+namespace
+{
+
+constexpr uint32_t kShortList = 64; // up to here moving and scanning everything is cheapest
+
+} // namespace
 
 kxObjectList::~kxObjectList()
 {
     clear();
 }
 
-void kxObjectList::deleteIndex()
+void kxObjectList::dropIndex() const
 {
-    delete m_members;
-    m_members = nullptr;
+    if (!m_index)
+        return;
+    delete m_index;
+    m_index = nullptr;
 }
 
-void kxObjectList::makeRoom()
+void kxObjectList::noteAdded(const kxObject* object, uint32_t slot)
 {
-    if (m_front + m_count < m_capacity)
+    if (!m_index || !m_index->active || !object)
         return;
-    // Room before the first element that removals left is used before the storage grows, when it is worth the move.
-    kxObject** storage = m_data - m_front;
-    if (m_front > m_capacity / 2)
+    if (!m_index->add(object->getSerial(), slot))
     {
-        std::memmove(storage, m_data, m_count * sizeof(kxObject*));
-        m_data = storage;
-        m_front = 0;
-        return;
+        m_index->active = false;
+        m_index->impossible = true;
     }
-    const uint32_t capacity = std::max<uint32_t>(4, m_count * 2);
+}
+
+void kxObjectList::reallocate(uint32_t capacity, uint32_t gapStart, uint32_t gapLength)
+{
+    const bool slotsStay = m_gapLength == 0 && gapLength == 0;
     auto* grown = new kxObject*[capacity];
-    std::memcpy(grown, m_data, m_count * sizeof(kxObject*));
-    if (storage != m_inline)
-        delete[] storage;
+    for (uint32_t i = 0; i < m_count; ++i)
+        grown[i < gapStart ? i : i + gapLength] = m_data[slotOf(i)];
+    if (m_data != m_inline)
+        delete[] m_data;
     m_data = grown;
     m_capacity = capacity;
-    m_front = 0;
+    m_gapStart = gapStart;
+    m_gapLength = gapLength;
+    if (!slotsStay)
+        dropIndex();
 }
 
 void kxObjectList::reserve(uint32_t count)
 {
-    if (m_front + count <= m_capacity)
+    if (count + m_gapLength > m_capacity)
+        reallocate(count, 0, 0);
+}
+
+void kxObjectList::closeGap() const
+{
+    const uint32_t tail = m_count - m_gapStart;
+    if (tail > 0)
+    {
+        std::memmove(m_data + m_gapStart, m_data + m_gapStart + m_gapLength, tail * sizeof(kxObject*));
+        dropIndex();
+    }
+    m_gapLength = 0;
+}
+
+void kxObjectList::moveGap(uint32_t index)
+{
+    if (index == m_gapStart || m_gapLength == 0)
+    {
+        m_gapStart = index;
         return;
-    auto* grown = new kxObject*[count];
-    std::memcpy(grown, m_data, m_count * sizeof(kxObject*));
-    if (m_data - m_front != m_inline)
-        delete[] (m_data - m_front);
-    m_data = grown;
-    m_capacity = count;
-    m_front = 0;
+    }
+    const bool back = index < m_gapStart;
+    const uint32_t moved = back ? m_gapStart - index : index - m_gapStart;
+    const uint32_t from = back ? index : m_gapStart + m_gapLength;
+    const uint32_t to = back ? index + m_gapLength : m_gapStart;
+    std::memmove(m_data + to, m_data + from, moved * sizeof(kxObject*));
+    m_gapStart = index;
+    if (!m_index || !m_index->active)
+        return;
+    if (moved > m_count / 8)
+        return dropIndex();
+    for (uint32_t i = 0; i < moved; ++i)
+        if (kxObject* object = m_data[to + i])
+            m_index->find(object->getSerial())->slot = to + i;
 }
 
 void kxObjectList::append(kxObject* object)
 {
     settle();
-    dropIndex();
-    makeRoom();
-    m_data[m_count++] = object;
+    if (m_count + m_gapLength == m_capacity)
+    {
+        // A wide gap is room enough; closing it costs less than growing.
+        if (m_gapLength > m_capacity / 4)
+            closeGap();
+        else
+            reallocate(std::max<uint32_t>(4, m_count * 2), 0, 0);
+    }
+    const uint32_t slot = m_count + m_gapLength;
+    m_data[slot] = object;
+    ++m_count;
+    noteAdded(object, slot);
     if (m_counted && object)
         object->addRef();
 }
@@ -110,37 +206,58 @@ void kxObjectList::append(kxObject* object)
 void kxObjectList::append(const kxObjectList& other)
 {
     const uint32_t count = other.getCount();
+    if (m_count + m_gapLength + count > m_capacity)
+        reallocate(std::max(m_count + count, m_count * 2), 0, 0);
     for (uint32_t i = 0; i < count; ++i)
         append(other.get(i));
 }
 
 void kxObjectList::insert(uint32_t index, kxObject* object)
 {
+    if (index == m_count)
+        return append(object);
     settle();
-    dropIndex();
-    if (index < m_count / 2 && m_front > 0)
+    if (m_gapLength == 0)
     {
-        std::memmove(m_data - 1, m_data, index * sizeof(kxObject*));
-        --m_data;
-        --m_front;
+        if (m_count < m_capacity && m_count <= kShortList)
+        {
+            std::memmove(m_data + index + 1, m_data + index, (m_count - index) * sizeof(kxObject*));
+            dropIndex();
+            m_data[index] = object;
+            ++m_count;
+            if (m_counted && object)
+                object->addRef();
+            return;
+        }
+        const uint32_t gap = m_count <= kShortList ? 1 : m_count / 4;
+        reallocate(m_count + gap + std::max<uint32_t>(4, m_count / 2), index, gap);
     }
-    else
-    {
-        makeRoom();
-        std::memmove(m_data + index + 1, m_data + index, (m_count - index) * sizeof(kxObject*));
-    }
-    m_data[index] = object;
-    ++m_count;
+    moveGap(index);
+    placeInGap(object);
     if (m_counted && object)
         object->addRef();
+}
+
+void kxObjectList::placeInGap(kxObject* object)
+{
+    const uint32_t slot = m_gapStart++;
+    --m_gapLength;
+    m_data[slot] = object;
+    ++m_count;
+    noteAdded(object, slot);
 }
 
 void kxObjectList::set(uint32_t index, kxObject* object)
 {
     settle();
-    dropIndex();
-    kxObject* old = m_data[index];
-    m_data[index] = object;
+    const uint32_t slot = slotOf(index);
+    kxObject* old = m_data[slot];
+    if (old == object)
+        return;
+    m_data[slot] = object;
+    if (m_index && m_index->active && old)
+        m_index->remove(old->getSerial());
+    noteAdded(object, slot);
     if (m_counted)
     {
         if (object)
@@ -153,18 +270,32 @@ void kxObjectList::set(uint32_t index, kxObject* object)
 void kxObjectList::removeAt(uint32_t index)
 {
     settle();
-    dropIndex();
-    kxObject* old = m_data[index];
-    // The shorter side moves: taking from either end costs nothing.
-    if (index < m_count / 2)
+    kxObject* old = m_data[slotOf(index)];
+    if (m_count <= kShortList && m_gapLength == 0)
     {
-        std::memmove(m_data + 1, m_data, index * sizeof(kxObject*));
-        ++m_data;
-        ++m_front;
+        std::memmove(m_data + index, m_data + index + 1, (m_count - index - 1) * sizeof(kxObject*));
+        dropIndex();
     }
     else
-        std::memmove(m_data + index, m_data + index + 1, (m_count - index - 1) * sizeof(kxObject*));
+    {
+        if (m_index && m_index->active && old)
+            m_index->remove(old->getSerial());
+        if (index + 1 < m_count) // else the place becomes room to grow
+        {
+            // The gap takes the element in from the side on which it lies.
+            if (m_gapLength && index < m_gapStart)
+            {
+                moveGap(index + 1);
+                --m_gapStart;
+            }
+            else
+                moveGap(index);
+            ++m_gapLength;
+        }
+    }
     --m_count;
+    if (m_gapLength && m_gapStart >= m_count)
+        m_gapLength = 0; // a gap behind the last element is room to grow
     if (m_counted && old)
         old->release();
 }
@@ -180,25 +311,45 @@ bool kxObjectList::remove(const kxObject* object)
 
 void kxObjectList::clear()
 {
-    kxObject** storage = m_data - m_front;
-    kxObject** data = m_data;
+    // Emptied before anything is released: what a release destroys may look at the list.
+    if (m_gapLength)
+        closeGap();
+    kxObject** storage = m_data;
     const uint32_t count = m_count;
-    kxObject* kept[kInline];
-    std::copy(m_inline, m_inline + kInline, kept);
+    kxObject* kept[kInline] = {};
     if (storage == m_inline)
-        data = kept + m_front;
+    {
+        std::copy(m_inline, m_inline + count, kept);
+        storage = kept;
+    }
     m_data = m_inline;
     m_count = 0;
-    m_front = 0;
     m_capacity = kInline;
     m_unsorted = false;
     dropIndex();
     if (m_counted)
         for (uint32_t i = 0; i < count; ++i)
-            if (data[i])
-                data[i]->release();
-    if (storage != m_inline)
+            if (storage[i])
+                storage[i]->release();
+    if (storage != kept)
         delete[] storage;
+}
+
+int kxObjectList::findByScan(const kxObject* object, uint32_t start) const
+{
+    // From both ends at once, so that undoing or repeating a series of additions costs little. A hit from the back is the
+    // answer only when no earlier element is the same object.
+    uint32_t low = start, high = m_count;
+    int fromBack = -1;
+    while (low < high)
+    {
+        if (m_data[slotOf(low)] == object)
+            return static_cast<int>(low);
+        ++low;
+        if (fromBack < 0 && low < high && m_data[slotOf(--high)] == object)
+            fromBack = static_cast<int>(high);
+    }
+    return fromBack;
 }
 
 int kxObjectList::find(const kxObject* object, uint32_t start) const
@@ -206,26 +357,33 @@ int kxObjectList::find(const kxObject* object, uint32_t start) const
     settle();
     if (start >= m_count)
         return -1;
-    uint32_t low = start, high = m_count;
-    int foundHigh = -1;
-    // A hit from the back is the answer only when no earlier element is the same object.
-    while (low < high)
+    if (m_count <= kShortList || start > 0 || !object || (m_index && m_index->impossible))
+        return findByScan(object, start);
+    if (!m_index)
+        m_index = new Index;
+    if (m_index->active)
     {
-        if (m_data[low] == object)
-            return static_cast<int>(low);
-        ++low;
-        if (low < high && m_data[--high] == object)
+        const Index::Entry* entry = m_index->find(object->getSerial());
+        return entry ? static_cast<int>(indexOf(entry->slot)) : -1;
+    }
+    const int found = findByScan(object, 0);
+    m_index->scanned +=
+        found < 0 ? m_count : std::min<uint32_t>(static_cast<uint32_t>(found), m_count - static_cast<uint32_t>(found));
+    if (m_index->scanned > uint64_t(m_count) * 4)
+    {
+        m_index->start(m_count);
+        for (uint32_t i = 0; i < m_count; ++i)
         {
-            foundHigh = static_cast<int>(high);
-            break;
+            const uint32_t slot = slotOf(i);
+            if (m_data[slot] && !m_index->add(m_data[slot]->getSerial(), slot))
+            {
+                m_index->active = false;
+                m_index->impossible = true;
+                break;
+            }
         }
     }
-    if (foundHigh < 0)
-        return -1;
-    for (; low < high; ++low)
-        if (m_data[low] == object)
-            return static_cast<int>(low);
-    return foundHigh;
+    return found;
 }
 
 uint32_t kxObjectList::appendUnique(kxObject* object, Alike alike, void* context)
@@ -251,39 +409,43 @@ kxObject* kxObjectList::findByField(kxStringRef fieldName, const void* value) co
 
 bool kxObjectList::insertSorted(kxObject* object)
 {
+    if (m_gapLength)
+        closeGap();
     const bool behindLast = !m_unsorted && (m_count == 0 || m_data[m_count - 1]->getSerial() < object->getSerial());
     if (!behindLast)
     {
         if (containsSorted(object))
             return false;
-        if (!m_members)
+        if (!m_index || !m_index->active)
         {
-            m_members = new IdentitySet;
+            dropIndex();
+            m_index = new Index;
+            m_index->start(m_count);
             for (uint32_t i = 0; i < m_count; ++i)
-                m_members->add(m_data[i]->getSerial());
+                m_index->add(m_data[i]->getSerial(), i);
         }
-        m_unsorted = true;
     }
-    if (m_members)
-        m_members->add(object->getSerial());
-    makeRoom();
-    m_data[m_count++] = object;
-    if (m_counted)
-        object->addRef();
+    // Put in order when next read; until then the index answers.
+    const bool unsorted = m_unsorted || !behindLast;
+    m_unsorted = false;
+    append(object);
+    m_unsorted = unsorted;
     return true;
 }
 
 int kxObjectList::findSorted(const kxObject* object) const
 {
-    settle();
-    kxObject* const* at = std::lower_bound(m_data, m_data + m_count, object->getSerial(),
+    kxObject* const* first = begin();
+    kxObject* const* at = std::lower_bound(first, first + m_count, object->getSerial(),
                                            [](const kxObject* o, uint32_t serial) { return o->getSerial() < serial; });
-    return at != m_data + m_count && *at == object ? static_cast<int>(at - m_data) : -1;
+    return at != first + m_count && *at == object ? static_cast<int>(at - first) : -1;
 }
 
 bool kxObjectList::containsSorted(const kxObject* object) const
 {
-    return m_members ? m_members->contains(object->getSerial()) : findSorted(object) >= 0;
+    if (m_index && m_index->active)
+        return m_index->find(object->getSerial()) != nullptr;
+    return findSorted(object) >= 0;
 }
 
 void kxObjectList::sort() const
@@ -291,11 +453,14 @@ void kxObjectList::sort() const
     m_unsorted = false;
     std::sort(m_data, m_data + m_count,
               [](const kxObject* a, const kxObject* b) { return a->getSerial() < b->getSerial(); });
+    // Membership still holds, places do not.
+    dropIndex();
 }
 
 const kxMetaField* kxObjectList::getElementField() const
 {
-    static const kxObjectField* field = [] {
+    static const kxObjectField* field = []
+    {
         auto* created = new kxObjectField(&kxObject::staticMetaObject);
         created->addRef();
         return created;
