@@ -23,6 +23,8 @@ class kxOptManager : public kxBase
     /// Words of the script.
     static const char optToken[];
     static const char optCountToken[];
+    /// Script of a run that names none, in the current folder.
+    static const char defaultScript[];
 
     kxSmartPointer<kxRegistry> _registry;
     kxSmartPointer<kxOptConfiguration> _configuration;
@@ -59,7 +61,7 @@ class kxOptManager : public kxBase
     kxResult writeFile(const char* path);
     void updateOptList();
 
-    /// The observer must live until it is removed or the manager goes.
+    /// The observer must live until it is removed or the manager goes. Not during a run.
     void addObserver(kxRunObserver* observer);
     void removeObserver(kxRunObserver* observer);
 
@@ -71,10 +73,11 @@ private:
 
     bool readStepCount(int section, int& stepCount);
     kxSmartPointer<kxOptConfiguration> createConfiguration(int section) const;
-    void applyStep(kxOptBase* optimization, kxInfo* info, bool& succeeded);
-    void runChecks(kxOptBase* hierarchyCheck, kxInfo* info);
     StepResult runStep(kxRunStep& step, kxSmartPointer<kxOptBase>& optimization, kxOptBase* hierarchyCheck,
                        kxInfo* info);
+    bool applyOptimization(kxOptBase* optimization, kxInfo* info);
+    void runChecks(kxOptBase* hierarchyCheck, kxInfo* info);
+    bool isCancelled() const;
     void printCancelled();
 
     std::vector<kxRunObserver*> m_observers;

@@ -61,9 +61,6 @@ class kxIterateGraph : public kxObject
 
 protected:
     ~kxIterateGraph() override;
-
-private:
-    kxNode* climb();
 };
 
 } // namespace Kel::Opt

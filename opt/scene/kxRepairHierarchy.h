@@ -37,16 +37,20 @@ protected:
 private:
     class LinkIndex;
     class Walk;
+    struct Cuts;
 
-    void collectNodes(kxNode* node, const kxGroup* pathParent, LinkIndex& links);
-    void detectLeakedNodes(kxNode* node, LinkIndex& links);
+    void collectNodes(kxNode* node, const kxNode* pathParent, LinkIndex& links);
+    void detectLeakedNodes(kxNode* node, const Walk& collecting, LinkIndex& links, Cuts& cuts);
+    template <class... A>
+    void say(const char* format, A... arguments);
     bool isKnown(const kxNode* node) const { return m_known.get(node); }
     void adoptNodeList();
     void mergeNodeList();
 
-    kxTSerialMap<bool> m_known;        // the nodes of `_nodeList`
-    std::vector<uint32_t> m_serials;   // of the elements of `_nodeList`, in order
-    std::vector<kxNode*> m_newlyKnown; // not in `_nodeList` yet
+    const kxNodeList* m_adoptedList = nullptr; // the list that the following belong to; only compared
+    kxTSerialMap<bool> m_known;                // its nodes
+    std::vector<uint32_t> m_serials;           // of its elements, in order
+    std::vector<kxNode*> m_newlyKnown;         // not in the list yet
     int64_t m_messageCount = 0;
 };
 

@@ -58,6 +58,9 @@ class kxAllNodeStatistics : public kxObject
 
     void appendNode(const kxNode* node, int depth);
     void reportStatistics(STATISTICS_VERBOSE level, kxOptInterface* service) const;
+
+private:
+    uint32_t m_last = 0;
 };
 
 /// Attribute statistics by type, sorted by the type's identity.
@@ -71,6 +74,9 @@ class kxAllAttrStatistics : public kxObject
     void appendAttr(const kxAttr* attr, const kxNode* owner, int depth);
     void reset();
     void reportStatistics(STATISTICS_VERBOSE level, kxOptInterface* service) const;
+
+private:
+    uint32_t m_last = 0;
 };
 
 /// Prints, for each type of nodes and attributes, how many instances the graph holds, how often they are used and how deep they

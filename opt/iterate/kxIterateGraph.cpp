@@ -1,0 +1,219 @@
+#include "opt/iterate/kxIterateGraph.h"
+
+#include "platform/sg/kxGroup.h"
+#include "platform/sg/kxTimeTransform.h"
+
+namespace Kel::Opt
+{
+
+KX_IMPLEMENT(kxIterateGraph)
+
+void kxIterateGraph::listFields(kxFields<kxIterateGraph>& fields)
+{
+    fields.add(&kxIterateGraph::_currentPath, "_currentPath", "nodes from the root to the current one");
+    fields.add(&kxIterateGraph::_currentIndices, "_currentIndices",
+               "child index of each node of the path behind the root");
+}
+
+kxIterateGraph::~kxIterateGraph() = default;
+
+kxNode* kxIterateGraph::begin(kxNode* root)
+{
+    _currentPath->clear();
+    _currentIndices->clear();
+    _currentPath->append(root);
+    return root;
+}
+
+kxNode* kxIterateGraph::getCurrent() const
+{
+    return _currentPath->isEmpty() ? nullptr : _currentPath->getLast();
+}
+
+kxNode* kxIterateGraph::getNext()
+{
+    if (_currentPath->isEmpty())
+        return nullptr;
+    if (const auto* group = kxCast<kxGroup>(_currentPath->getLast()))
+        if (group->getChildCount() > 0)
+        {
+            kxNode* child = group->getChild(0u);
+            _currentPath->append(child);
+            _currentIndices->append(0);
+            return child;
+        }
+    return getNextSkippingChildren();
+}
+
+kxNode* kxIterateGraph::getNextSkippingChildren()
+{
+    kxNonRefCountedNodeList& path = *_currentPath;
+    for (uint32_t depth = path.getCount(); depth > 1; --depth)
+    {
+        const auto index = static_cast<uint32_t>(_currentIndices->getLast()) + 1;
+        const auto* parent = static_cast<const kxGroup*>(path.get(depth - 2));
+        if (index < parent->getChildCount())
+        {
+            kxNode* child = parent->getChild(index);
+            path.set(depth - 1, child);
+            _currentIndices->set(depth - 2, static_cast<int32_t>(index));
+            return child;
+        }
+        path.removeLast();
+        _currentIndices->removeLast();
+    }
+    path.clear();
+    return nullptr;
+}
+
+kxNode* kxIterateGraph::getPrevious()
+{
+    kxNonRefCountedNodeList& path = *_currentPath;
+    if (path.getCount() < 2)
+    {
+        path.clear();
+        return nullptr;
+    }
+    const int32_t index = _currentIndices->getLast();
+    path.removeLast();
+    _currentIndices->removeLast();
+    if (index == 0)
+        return path.getLast();
+    uint32_t childIndex = static_cast<uint32_t>(index) - 1;
+    const auto* group = static_cast<const kxGroup*>(path.getLast());
+    for (;;)
+    {
+        kxNode* child = group->getChild(childIndex);
+        path.append(child);
+        _currentIndices->append(static_cast<int32_t>(childIndex));
+        group = kxCast<kxGroup>(child);
+        if (!group || group->getChildCount() == 0)
+            return child;
+        childIndex = group->getChildCount() - 1;
+    }
+}
+
+bool kxIterateGraph::next()
+{
+    getNext();
+    return isNotLast();
+}
+
+bool kxIterateGraph::previous()
+{
+    getPrevious();
+    return isNotLast();
+}
+
+namespace
+{
+
+using Step = kxNode* (kxIterateGraph::*)();
+
+bool isType(const kxNode* node, const kxMetaObject* type)
+{
+    return node && node->isOfType(type);
+}
+bool isExactType(const kxNode* node, const kxMetaObject* type)
+{
+    return node && node->isOfExactType(type);
+}
+
+template <class Test>
+kxNode* stepUntil(kxIterateGraph& iterate, Step step, Test test, const kxMetaObject* type)
+{
+    do
+        (iterate.*step)();
+    while (iterate.isNotLast() && !test(iterate.getCurrent(), type));
+    return iterate.getCurrent();
+}
+
+} // namespace
+
+kxNode* kxIterateGraph::beginOfType(kxNode* root, const kxMetaObject* type)
+{
+    begin(root);
+    return isType(root, type) ? root : getNextOfType(type);
+}
+
+kxNode* kxIterateGraph::beginOfExactType(kxNode* root, const kxMetaObject* type)
+{
+    begin(root);
+    return isExactType(root, type) ? root : getNextOfExactType(type);
+}
+
+kxNode* kxIterateGraph::getNextOfType(const kxMetaObject* type)
+{
+    return stepUntil(*this, &kxIterateGraph::getNext, isType, type);
+}
+
+kxNode* kxIterateGraph::getNextOfExactType(const kxMetaObject* type)
+{
+    return stepUntil(*this, &kxIterateGraph::getNext, isExactType, type);
+}
+
+kxNode* kxIterateGraph::getPreviousOfType(const kxMetaObject* type)
+{
+    return stepUntil(*this, &kxIterateGraph::getPrevious, isType, type);
+}
+
+kxNode* kxIterateGraph::getPreviousOfExactType(const kxMetaObject* type)
+{
+    return stepUntil(*this, &kxIterateGraph::getPrevious, isExactType, type);
+}
+
+bool kxIterateGraph::replaceCurrentNode(kxSmartPointer<kxNode> node)
+{
+    const uint32_t depth = _currentPath->getCount();
+    if (depth == 0)
+        return false;
+    if (depth > 1)
+    {
+        auto* parent = static_cast<kxGroup*>(_currentPath->get(depth - 2));
+        const auto index = static_cast<uint32_t>(_currentIndices->getLast());
+        if (index >= parent->getChildCount())
+            return false;
+        parent->setChild(index, node);
+    }
+    _currentPath->set(depth - 1, node);
+    return true;
+}
+
+bool kxIterateGraph::validateHierarchy(kxNonRefCountedNodeList* path) const
+{
+    for (uint32_t i = 0; i + 2 < path->getCount(); ++i)
+    {
+        const auto* group = kxCast<kxGroup>(path->get(i));
+        if (!group || group->getChild(path->get(i + 1)) < 0)
+            return false;
+    }
+    return true;
+}
+
+bool kxIterateGraph::hasInstanciatedNode() const
+{
+    for (const kxNode* node : *_currentPath)
+        if (node && node->getParentCount() > 1)
+            return true;
+    return false;
+}
+
+bool kxIterateGraph::hasAnimatedTransform() const
+{
+    for (kxNode* node : *_currentPath)
+        if (isType(node, kxTransform::staticMetaObject()) &&
+            (node->isAnimated() || node->isDynamic() || isType(node, kxTimeTransform::staticMetaObject())))
+            return true;
+    return false;
+}
+
+kxMatrix44f kxIterateGraph::evaluateModelViewMatrix() const
+{
+    kxMatrix44f matrix;
+    for (kxNode* node : *_currentPath)
+        if (const auto* transform = kxCast<kxTransform>(node))
+            matrix = transform->getMatrix() * matrix;
+    return matrix;
+}
+
+} // namespace Kel::Opt
