@@ -64,7 +64,8 @@ kxKXBReader::kxKXBReader(kxMemoryBlock* bytes, const char* name)
 kxKXBReader::~kxKXBReader()
 {
     if (!m_done)
-        dropReferences();
+        for (uint32_t slot = 0; slot < m_objects.size(); ++slot)
+            dropReferences(slot);
 }
 
 namespace
@@ -109,7 +110,7 @@ bool kxKXBReader::read(kxDirectory& directory)
     if (!readHeader() || !readStrings() || !readTypes() || !createObjects() || !readRecords() || !checkListDepth() ||
         !readEntries())
         return false;
-    checkUncountedLists();
+    dropUnheldObjects();
     if (!callLoaded())
         return false;
     m_done = true;
@@ -637,21 +638,22 @@ bool kxKXBReader::checkListDepth()
     return depth <= kMaxListDepth || fail("has lists within lists, %u deep; %u is the most", depth, kMaxListDepth);
 }
 
-// A list that does not count its elements relies on somebody else to hold them. What the roots do not hold goes when the
-// reader does, so such elements must not stay.
-void kxKXBReader::checkUncountedLists()
+// Lets go of what the roots do not hold, before any object acts on what was loaded: what hung below an object of an unknown
+// class, and whatever else a file may bring along. Lists that do not count their elements rely on others to hold them, so
+// such objects go from them too.
+void kxKXBReader::dropUnheldObjects()
 {
-    if (m_uncountedLists.empty())
-        return;
     kxTSerialMap<bool> held;
     kxClassReferencesTable classes;
     std::vector<const kxObject*> toFollow;
     auto meet = [&](const kxObject* object)
     {
-        if (!object || held[object])
+        if (!object)
             return;
-        held[object] = true;
-        toFollow.push_back(object);
+        bool& known = held[object];
+        if (!known)
+            toFollow.push_back(object);
+        known = true;
     };
     for (const Root& root : m_roots)
         meet(root.object);
@@ -674,10 +676,13 @@ void kxKXBReader::checkUncountedLists()
                 if (const void* value = field->getAddress(object))
                     meet(field->getObject(value));
     }
+
     uint64_t dropped = 0;
     for (const uint32_t slot : m_uncountedLists)
     {
         auto* list = static_cast<kxObjectList*>(m_objects[slot].get());
+        if (!held.get(list))
+            continue;
         for (uint32_t i = 0; i < list->getCount(); ++i)
             if (list->get(i) && !held.get(list->get(i)))
             {
@@ -688,6 +693,15 @@ void kxKXBReader::checkUncountedLists()
     if (dropped)
         warn("%llu references to objects that nothing in the file owns become null",
              static_cast<unsigned long long>(dropped));
+
+    std::vector<uint32_t> unheld;
+    for (uint32_t slot = 0; slot < m_objects.size(); ++slot)
+        if (m_objects[slot] && !held.get(m_objects[slot]))
+            unheld.push_back(slot);
+    for (const uint32_t slot : unheld)
+        dropReferences(slot);
+    for (const uint32_t slot : unheld)
+        m_objects[slot] = nullptr;
 }
 
 bool kxKXBReader::callLoaded()
@@ -723,27 +737,24 @@ bool kxKXBReader::readEntries()
     return true;
 }
 
-void kxKXBReader::dropReferences()
+// Breaks circles of references: their objects would never go.
+void kxKXBReader::dropReferences(uint32_t slot)
 {
-    // Objects that refer to one another in a circle would never go.
-    for (size_t slot = 0; slot < m_objects.size(); ++slot)
+    kxObject* object = m_objects[slot];
+    const Type& type = m_types[m_slots[slot]];
+    if (!object || isLeaf(type.form))
+        return;
+    if (type.form == OBJECT_LIST)
+        static_cast<kxObjectList*>(object)->clear();
+    for (const Operation& operation : type.operations)
     {
-        kxObject* object = m_objects[slot];
-        const Type& type = m_types[m_slots[slot]];
-        if (!object || isLeaf(type.form))
+        if (operation.code != Operation::REFERENCE)
             continue;
-        if (type.form == OBJECT_LIST)
-            static_cast<kxObjectList*>(object)->clear();
-        for (const Operation& operation : type.operations)
-        {
-            const auto* field = static_cast<const kxObjectField*>(operation.field);
-            const void* value = operation.code == Operation::REFERENCE
-                                    ? field->getAddress(static_cast<const kxObject*>(object))
-                                    : nullptr;
-            // The lists of an object stay with it, empty: its destructor may ask them.
-            if (value && !kxCast<kxListBase>(field->getObject(value)))
-                field->setObject(field->getAddress(object), nullptr);
-        }
+        const auto* field = static_cast<const kxObjectField*>(operation.field);
+        const void* value = field->getAddress(static_cast<const kxObject*>(object));
+        // The lists of an object stay with it, empty: its destructor may ask them.
+        if (value && !kxCast<kxListBase>(field->getObject(value)))
+            field->setObject(field->getAddress(object), nullptr);
     }
 }
 

@@ -44,10 +44,10 @@ private:
     bool readValueList(kxListBase* list, const Type& type);
     bool readObjectList(uint32_t slot, kxObjectList* list, Type& type);
     bool checkListDepth();
-    void checkUncountedLists();
+    void dropUnheldObjects();
     bool callLoaded();
     bool readEntries();
-    void dropReferences();
+    void dropReferences(uint32_t slot);
 
     const uint8_t* take(uint64_t byteCount)
     {
