@@ -37,7 +37,7 @@ uint64_t kxListBase::hash() const
 {
     const uint32_t count = getCount();
     const kxMetaField* field = getElementField();
-    uint64_t hash = count;
+    uint64_t hash = uint64_t(count) + 1; // an empty list is not null
     for (uint32_t i = 0; i < count; ++i)
     {
         const uint64_t element = field->hashValue(getElementAddress(i));

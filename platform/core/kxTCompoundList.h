@@ -81,7 +81,9 @@ public:
     {
         const auto at = std::upper_bound(m_values.begin(), m_values.end(), value,
                                          [this](const T& a, const T& b) { return m_compare(a, b, m_context) < 0; });
-        return static_cast<uint32_t>(m_values.insert(at, value) - m_values.begin());
+        const auto index = static_cast<uint32_t>(at - m_values.begin());
+        insert(index, value);
+        return index;
     }
     /// Index of the value that compares equal, which is added when there is none; `added` says which.
     uint32_t addUnique(const T& value, bool* added = nullptr)
