@@ -14,88 +14,140 @@ namespace Kel::Core
 namespace
 {
 
+struct ModelCase
+{
+    const char* name;
+    size_t objects;  ///< that the list is filled from
+    uint32_t filled; ///< elements at the start
+    int steps;
+    unsigned seeds;
+    bool unique; ///< an object stands in the list at most once: long lists of such have an index
+};
+
+const ModelCase kModelCases[] = {
+    {"short", 20, 0, 300, 200, false},
+    {"long, each object once", 1500, 700, 1500, 20, true},
+    {"long, with repetitions", 300, 700, 1000, 20, false},
+};
+
 TEST(kxObjectList, BehavesLikeAVector)
 {
     const size_t alive = kxObject::getLiveCount();
-    for (unsigned seed = 0; seed < 200; ++seed)
-    {
-        std::mt19937 random(seed);
-        std::vector<kxSmartPointer<kxObject>> pool;
-        for (int i = 0; i < 20; ++i)
-            pool.emplace_back(kxNew<kxTestNode>());
-        const auto list = kxNew<kxObjectList>();
-        std::vector<kxObject*> model;
-        for (int step = 0; step < 300; ++step)
+    for (const ModelCase& c : kModelCases)
+        for (unsigned seed = 0; seed < c.seeds; ++seed)
         {
-            kxObject* object = random() % 8 ? pool[random() % pool.size()].get() : nullptr;
-            const auto count = static_cast<uint32_t>(model.size());
-            const uint32_t at = count ? static_cast<uint32_t>(random() % count) : 0;
-            // Mostly growing, mostly shrinking, or a queue: the storage moves differently in each.
-            switch ((random() % 10 + seed) % 10)
+            std::mt19937 random(seed);
+            std::vector<kxSmartPointer<kxObject>> pool;
+            for (size_t i = 0; i < c.objects; ++i)
+                pool.emplace_back(kxNew<kxTestNode>());
+            const auto list = kxNew<kxObjectList>();
+            std::vector<kxObject*> model;
+            auto choose = [&]() -> kxObject*
             {
-            case 0:
-            case 1:
-            case 2:
-                list->append(object);
-                model.push_back(object);
-                break;
-            case 3:
-                list->insert(at, object);
-                model.insert(model.begin() + at, object);
-                break;
-            case 4:
-                if (count)
-                {
-                    list->set(at, object);
-                    model[at] = object;
-                }
-                break;
-            case 5:
-                if (count)
-                {
-                    list->removeAt(at);
-                    model.erase(model.begin() + at);
-                }
-                break;
-            case 6:
-                if (count)
-                {
-                    list->removeAt(0);
-                    model.erase(model.begin());
-                }
-                break;
-            case 7:
-                if (count)
-                {
-                    list->removeLast();
-                    model.pop_back();
-                }
-                break;
-            case 8:
+                kxObject* object = random() % 8 ? pool[random() % pool.size()].get() : nullptr;
+                return c.unique && std::find(model.begin(), model.end(), object) != model.end() ? nullptr : object;
+            };
+            for (uint32_t i = 0; i < c.filled; ++i)
             {
-                const auto place = std::find(model.begin(), model.end(), object);
-                EXPECT_EQ(list->find(object), place == model.end() ? -1 : place - model.begin());
-                EXPECT_EQ(list->remove(object), place != model.end());
-                if (place != model.end())
-                    model.erase(place);
-                break;
+                model.push_back(choose());
+                list->append(model.back());
             }
-            default:
-                if (random() % 10 == 0)
+            uint32_t at = 0;
+            for (int step = 0; step < c.steps; ++step)
+            {
+                kxObject* object = choose();
+                const auto count = static_cast<uint32_t>(model.size());
+                // Edits cluster, as those of a walk do, and jump now and then.
+                at = random() % 8 ? std::min(at + static_cast<uint32_t>(random() % 3), count - (count > 0))
+                                  : static_cast<uint32_t>(random() % (count + 1)) % std::max(count, 1u);
+                // Some seeds mostly grow, some mostly shrink, some work like a queue.
+                switch ((random() % 8 + seed) % 11)
                 {
-                    list->clear();
-                    model.clear();
+                case 0:
+                case 1:
+                    list->append(object);
+                    model.push_back(object);
+                    break;
+                case 2:
+                case 3:
+                    list->insert(at, object);
+                    model.insert(model.begin() + at, object);
+                    break;
+                case 4:
+                    if (count)
+                    {
+                        list->set(at, object);
+                        model[at] = object;
+                    }
+                    break;
+                case 5:
+                case 6:
+                    if (count)
+                    {
+                        list->removeAt(at);
+                        model.erase(model.begin() + at);
+                    }
+                    break;
+                case 7:
+                    if (count)
+                    {
+                        list->removeAt(0);
+                        model.erase(model.begin());
+                    }
+                    break;
+                case 8:
+                    if (count)
+                    {
+                        list->removeLast();
+                        model.pop_back();
+                    }
+                    break;
+                case 9:
+                    for (int question = 0; question < 20; ++question)
+                    {
+                        const kxObject* wanted = random() % 2 && count ? model[random() % count] : choose();
+                        const auto start = static_cast<uint32_t>(random() % 3 ? 0 : random() % (count + 2));
+                        const auto from = model.begin() + std::min(start, count);
+                        const auto place = std::find(from, model.end(), wanted);
+                        ASSERT_EQ(list->find(wanted, start), place == model.end() ? -1 : place - model.begin())
+                            << c.name << " " << seed << " " << step;
+                    }
+                    if (count)
+                        object = model[random() % count];
+                    if (const auto place = std::find(model.begin(), model.end(), object); place != model.end())
+                    {
+                        EXPECT_TRUE(list->remove(object));
+                        model.erase(place);
+                    }
+                    else
+                    {
+                        EXPECT_FALSE(list->remove(object));
+                    }
+                    break;
+                default:
+                    if (random() % 20 == 0)
+                    {
+                        list->clear();
+                        model.clear();
+                    }
+                    else
+                        list->reserve(count + static_cast<uint32_t>(random() % 5));
+                    break;
                 }
-                else
-                    list->reserve(count + static_cast<uint32_t>(random() % 5));
-                break;
+                ASSERT_EQ(list->getCount(), model.size());
+                const auto probe = static_cast<uint32_t>(random() % (model.size() + 1));
+                ASSERT_TRUE(probe == model.size() || list->get(probe) == model[probe]) << c.name << " " << seed;
+                if (random() % 8 == 0) // walking a list may put its storage in order, so not after every step
+                {
+                    ASSERT_TRUE(std::equal(list->begin(), list->end(), model.begin(), model.end()))
+                        << c.name << " " << seed << " " << step;
+                }
             }
-            ASSERT_TRUE(std::equal(list->begin(), list->end(), model.begin(), model.end())) << seed << " " << step;
+            ASSERT_TRUE(std::equal(list->begin(), list->end(), model.begin(), model.end())) << c.name << " " << seed;
+            for (const auto& object : pool)
+                EXPECT_EQ(object->getRefCount(),
+                          1u + static_cast<uint32_t>(std::count(model.begin(), model.end(), object)));
         }
-        for (const auto& object : pool)
-            EXPECT_EQ(object->getRefCount(),
-                      1u + static_cast<uint32_t>(std::count(model.begin(), model.end(), object)));
-    }
     EXPECT_EQ(kxObject::getLiveCount(), alive);
 }
 
