@@ -2,6 +2,9 @@
 
 #include "platform/core/kxReport.h"
 
+#include <algorithm>
+#include <cstring>
+
 namespace Kel::Gfx
 {
 
@@ -20,6 +23,30 @@ bool kxClut::userCheckLoaded(std::string& fault) const
     if (!isInside)
         fault = kxFormat("palette of %u colours in %zu bytes", _entryCount, available);
     return isInside;
+}
+
+kxSmartPointer<kxClut> kxClut::create(const uint8_t* entries, uint32_t entryCount)
+{
+    auto clut = kxNew<kxClut>();
+    clut->_entryCount = entryCount;
+    clut->_entries = kxMemoryBlock::copyOf(entries, size_t(entryCount) * 4);
+    return clut;
+}
+
+bool kxClut::hasAlpha() const
+{
+    for (uint32_t i = 0; i < _entryCount; ++i)
+        if (getEntries()[4 * i + 3] != 255)
+            return true;
+    return false;
+}
+
+void kxClut::fillTable(uint32_t table[256]) const
+{
+    const uint32_t count = std::min(_entryCount, 256u);
+    std::fill(table + count, table + 256, 0xff000000u);
+    if (count)
+        std::memcpy(table, getEntries(), 4 * count);
 }
 
 } // namespace Kel::Gfx

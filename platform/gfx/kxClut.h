@@ -18,6 +18,14 @@ class kxClut : public kxObject
 
     /// Refuses a palette with more colours than bytes for them.
     bool userCheckLoaded(std::string& fault) const override;
+
+    /// A palette with its own copy of `entryCount` colours of four bytes.
+    static kxSmartPointer<kxClut> create(const uint8_t* entries, uint32_t entryCount);
+    const uint8_t* getEntries() const { return _entries ? _entries->getData() : nullptr; }
+    /// True when a colour is not opaque.
+    bool hasAlpha() const;
+    /// 256 colours to look indices up in: the palette, then opaque black for indices beyond it.
+    void fillTable(uint32_t table[256]) const;
 };
 
 } // namespace Kel::Gfx

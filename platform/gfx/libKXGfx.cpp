@@ -3,6 +3,7 @@
 
 #include "platform/gfx/kxClut.h"
 #include "platform/gfx/kxImage.h"
+#include "platform/gfx/kxImageCodec.h"
 #include "platform/utils/libKXUtils.h"
 
 namespace Kel
@@ -16,6 +17,7 @@ void libKXGfx_arkRegister()
     kxRegisterClass<kxClut>("kxClut", "palette of an indexed image");
     kxRegisterClass<kxImage>("kxImage", "an image: the bytes it came in, and its pixels once something asks for them");
     kxRegisterClass<kxImageList>("kxImageList", "list of kxImage objects");
+    kxRegisterClass<kxImageCodec>("kxImageCodec", "a kind of image files");
 }
 
 } // namespace Kel

@@ -1,0 +1,29 @@
+// Row functions in two forms: for every processor of the architecture, and for those with wide vectors.
+//
+// The body of such a function is marked KX_ROW_BODY and called from two functions, of which the one marked KX_WIDE_VECTORS is
+// compiled for wide vectors; `hasWideVectors` picks one when the process starts. Both give the same bytes: the wide form has
+// no fused multiply-add, so floating-point results are the same on every machine.
+#pragma once
+
+#define KX_ROW_BODY [[gnu::always_inline]] inline
+
+#if defined(__x86_64__) && defined(__GNUC__)
+#define KX_WIDE_VECTORS [[gnu::target("avx2")]]
+#else
+#define KX_WIDE_VECTORS
+#endif
+
+namespace Kel::Gfx
+{
+
+inline bool hasWideVectors()
+{
+#if defined(__x86_64__) && defined(__GNUC__)
+    static const bool isWide = __builtin_cpu_supports("avx2") > 0;
+    return isWide;
+#else
+    return false;
+#endif
+}
+
+} // namespace Kel::Gfx
