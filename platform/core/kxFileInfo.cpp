@@ -1,6 +1,7 @@
 #include "platform/core/kxFileInfo.h"
 
 #include "platform/core/kxKXBFile.h"
+#include "platform/core/kxTSerialMap.h"
 
 namespace Kel::Core
 {
@@ -44,20 +45,27 @@ void kxFileInfo::registerFile(kxDirectory* directory)
 bool kxFileInfo::setupFile(kxObject* object, kxKXBFile* file, bool withAllInfos)
 {
     const uint32_t before = file->_directory->getEntryCount();
-    auto nameOf = [this](const kxObject* added)
+    // What the file called its infos, and which of them stand for something in another file.
+    kxTSerialMap<kxStringRef> names;
+    kxTSerialMap<bool> isExternal;
+    if (_directory)
+        for (const kxDirEntry* entry : *_directory->_entries)
+            if (entry->getObject() && names.get(entry->getObject()).isNull())
+                names[entry->getObject()] = entry->getName();
+    for (const kxExternalDirEntry* external : *_externalEntries)
+        if (external->getObject())
+            isExternal[external->getObject()] = true;
+    auto nameOf = [&names](const kxObject* added)
     {
-        if (_directory)
-            for (const kxDirEntry* entry : *_directory->_entries)
-                if (entry->getObject() == added && !entry->getName().isNull())
-                    return entry->getName();
-        return getObjectName(added);
+        const kxStringRef name = names.get(added);
+        return name.isNull() ? getObjectName(added) : name;
     };
     if (object)
         file->addObject(object, nameOf(object));
     if (!object || withAllInfos)
     {
         for (kxInfo* info : *_infoList)
-            if (!getExternalEntry(info))
+            if (!isExternal.get(info))
                 file->addObject(info, nameOf(info));
         for (const kxExternalDirEntry* external : *_externalEntries)
             file->addExternal(external->getPath(), external->getObject(), external->getName());

@@ -14,12 +14,24 @@ void kxKXBFile::listFields(kxFields<kxKXBFile>& fields)
     fields.add(&kxKXBFile::_options, "_options", "how to write it");
 }
 
+bool kxKXBFile::hasObject(const kxObject* object)
+{
+    const uint32_t count = _directory->getEntryCount();
+    if (m_entriesSeen > count)
+    {
+        m_has.clear();
+        m_entriesSeen = 0;
+    }
+    for (; m_entriesSeen < count; ++m_entriesSeen)
+        if (const kxObject* entered = _directory->getEntry(m_entriesSeen)->getObject())
+            m_has[entered] = true;
+    return m_has.get(object);
+}
+
 void kxKXBFile::addObject(kxObject* object, kxStringRef name)
 {
-    for (const kxDirEntry* entry : *_directory->_entries)
-        if (entry->getObject() == object)
-            return;
-    _directory->addEntry(object, name);
+    if (object && !hasObject(object))
+        _directory->addEntry(object, name);
 }
 
 void kxKXBFile::addExternal(kxStringRef path, kxObject* object, kxStringRef name)

@@ -3,6 +3,7 @@
 
 #include "platform/core/kxDirectory.h"
 #include "platform/core/kxFileOptions.h"
+#include "platform/core/kxTSerialMap.h"
 
 namespace Kel::Core
 {
@@ -27,6 +28,12 @@ class kxKXBFile : public kxObject
     /// Writes the file, as a whole or not at all. Gives the number of objects written; 0, with one error line, on failure,
     /// which an empty file is as well.
     uint64_t write(const char* path);
+
+private:
+    bool hasObject(const kxObject* object);
+
+    kxTSerialMap<bool> m_has; // objects of the first so many entries
+    uint32_t m_entriesSeen = 0;
 };
 
 } // namespace Kel::Core

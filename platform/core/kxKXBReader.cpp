@@ -458,7 +458,7 @@ bool kxKXBReader::readFields(kxObject* object, Type& type)
         const uint8_t* source = take(operation.byteCount);
         if (!source)
             return false;
-        if (operation.code == Operation::SKIP)
+        if (!object || operation.code == Operation::SKIP)
             continue;
         void* value = operation.appended ? operation.field->getAddress(object)
                                          : reinterpret_cast<char*>(object) + operation.offset;

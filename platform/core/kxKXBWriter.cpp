@@ -341,7 +341,7 @@ void kxKXBWriter::writeValue(kxFieldKind kind, const void* value)
     else
     {
         const kxObject* object;
-        std::memcpy(&object, value, sizeof object);
+        std::memcpy(&object, value, sizeof(void*));
         put(numberOf(object));
     }
 }

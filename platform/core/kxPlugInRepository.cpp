@@ -78,7 +78,7 @@ uint32_t kxPlugInRepository::addDefaultRepository(const char* name, const char* 
         // Whoever names a folder means one that is there, and means it as the shell does.
         std::error_code fault;
         if (!fs::is_directory(named, fault))
-            kxReport::warning("%s: is no folder of plug-ins (KXOPT_PLUGINS)", named.c_str());
+            kxReport::warning("%s: is not a folder of plug-ins (KXOPT_PLUGINS)", named.c_str());
         else
             loaded += addRepository(name, fs::absolute(named, fault).c_str());
     }

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace Kel::Core
 {
@@ -41,8 +42,12 @@ TEST(kxPlugInRepository, LoadsWhatFitsAndSaysWhyTheRestDoesNot)
     const kxReportCollector reports;
     EXPECT_EQ(repository.addRepository("Optimizations", folder.c_str()), 0u);
     EXPECT_EQ(repository.addRepository("Optimizations", "no/such/folder"), 0u);
-    EXPECT_EQ(repository.getPlugIns().size(), 1u);
     EXPECT_EQ(reports.m_warnings, "");
+    ::setenv("KXOPT_PLUGINS", (":no/such:" + folder).c_str(), 1);
+    EXPECT_EQ(repository.addDefaultRepository(), 0u);
+    ::unsetenv("KXOPT_PLUGINS");
+    EXPECT_EQ(reports.m_warnings, "no/such: is not a folder of plug-ins (KXOPT_PLUGINS)\n");
+    EXPECT_EQ(repository.getPlugIns().size(), 1u);
 }
 
 } // namespace
