@@ -17,6 +17,22 @@ void kxIterateGraph::listFields(kxFields<kxIterateGraph>& fields)
 
 kxIterateGraph::~kxIterateGraph() = default;
 
+namespace
+{
+
+// Large graphs do not fit into the caches: the walk asks ahead for the siblings that it comes to soon, and on a long way up for
+// the parents.
+constexpr uint32_t kSiblingsAhead = 3;
+constexpr uint32_t kParentsAhead = 8;
+
+void prefetchNode(const kxNode* node)
+{
+    __builtin_prefetch(node);
+    __builtin_prefetch(reinterpret_cast<const char*>(node) + 64);
+}
+
+} // namespace
+
 kxNode* kxIterateGraph::begin(kxNode* root)
 {
     _currentPath->clear();
@@ -34,30 +50,41 @@ kxNode* kxIterateGraph::getNext()
 {
     if (_currentPath->isEmpty())
         return nullptr;
-    if (const auto* group = kxCast<kxGroup>(_currentPath->getLast()))
-        if (group->getChildCount() > 0)
-        {
-            kxNode* child = group->getChild(0u);
-            _currentPath->append(child);
-            _currentIndices->append(0);
-            return child;
-        }
-    return getNextSkippingChildren();
+    const auto* group = kxCast<kxGroup>(_currentPath->getLast());
+    const uint32_t count = group ? group->getChildCount() : 0;
+    if (count == 0)
+        return getNextSkippingChildren();
+    kxNode* child = group->getChild(0u);
+    for (uint32_t i = 1; i <= kSiblingsAhead && i < count; ++i)
+        prefetchNode(group->getChild(i));
+    _currentPath->append(child);
+    _currentIndices->append(0);
+    return child;
 }
 
 kxNode* kxIterateGraph::getNextSkippingChildren()
 {
     kxNonRefCountedNodeList& path = *_currentPath;
-    for (uint32_t depth = path.getCount(); depth > 1; --depth)
+    const uint32_t start = path.getCount();
+    for (uint32_t depth = start; depth > 1; --depth)
     {
         const auto index = static_cast<uint32_t>(_currentIndices->getLast()) + 1;
         const auto* parent = static_cast<const kxGroup*>(path.get(depth - 2));
-        if (index < parent->getChildCount())
+        const uint32_t count = parent->getChildCount();
+        if (index < count)
         {
             kxNode* child = parent->getChild(index);
+            if (index + kSiblingsAhead < count)
+                prefetchNode(parent->getChild(index + kSiblingsAhead));
             path.set(depth - 1, child);
             _currentIndices->set(depth - 2, static_cast<int32_t>(index));
             return child;
+        }
+        if (depth + 2 < start && depth > kParentsAhead)
+        {
+            prefetchNode(path.get(depth - kParentsAhead));
+            const auto* nearer = static_cast<const kxGroup*>(path.get(depth - kParentsAhead / 2));
+            __builtin_prefetch(nearer->_childList.get());
         }
         path.removeLast();
         _currentIndices->removeLast();
