@@ -26,6 +26,8 @@ void kxVertexArray::listFields(kxFields<kxVertexArray>& fields)
     fields.add(&kxVertexArray::_data, "_data", "the bytes");
     fields.add(&kxVertexArray::_sparse, "_sparse",
                "the file held the array as few differences from another or from zero");
+    fields.add(&kxVertexArray::_hasBounds, "_hasBounds", "the file gave the smallest and largest values")
+        .setFlags(kxMetaField::NOT_COMPARED);
     fields.add(&kxVertexArray::_userData, "_userData", "what a file says beyond these fields");
 }
 
@@ -54,16 +56,15 @@ uint32_t componentBytes(kxComponentType type)
 namespace
 {
 
-// Columns of a matrix start at multiples of four bytes.
-uint32_t columnBytes(const kxVertexArray& array)
+uint32_t rowCount(uint32_t componentCount)
 {
-    const uint32_t rows = array._componentCount == 4 ? 2 : array._componentCount == 9 ? 3 : 4;
-    return (rows * componentBytes(array._componentType) + 3) & ~3u;
+    return componentCount == 4 ? 2 : componentCount == 9 ? 3 : 4;
 }
 
-uint32_t rowCount(const kxVertexArray& array)
+// Columns of a matrix start at multiples of four bytes.
+uint32_t columnBytes(kxComponentType type, uint32_t componentCount)
 {
-    return array._componentCount == 4 ? 2 : array._componentCount == 9 ? 3 : 4;
+    return (rowCount(componentCount) * componentBytes(type) + 3) & ~3u;
 }
 
 template <class T>
@@ -76,18 +77,18 @@ T readAs(const uint8_t* bytes)
 
 } // namespace
 
-uint32_t kxVertexArray::getElementBytes() const
+uint32_t elementBytes(kxComponentType type, uint32_t componentCount, bool matrix)
 {
-    if (_matrix)
-        return columnBytes(*this) * rowCount(*this);
-    return _componentCount * componentBytes(_componentType);
+    return matrix ? columnBytes(type, componentCount) * rowCount(componentCount)
+                  : componentCount * componentBytes(type);
 }
 
 double kxVertexArray::getComponent(int64_t index, uint32_t component) const
 {
     const uint32_t bytes = componentBytes(_componentType);
     const uint8_t* at = getElement(index);
-    at += _matrix ? component / rowCount(*this) * columnBytes(*this) + component % rowCount(*this) * bytes
+    const uint32_t rows = rowCount(_componentCount);
+    at += _matrix ? component / rows * columnBytes(_componentType, _componentCount) + component % rows * bytes
                   : component * bytes;
     switch (_componentType)
     {

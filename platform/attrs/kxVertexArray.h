@@ -22,6 +22,8 @@ const kxMetaEnum& kxMetaEnumOf(kxComponentType);
 
 /// Bytes of one component; 0 for an unknown type.
 uint32_t componentBytes(kxComponentType type);
+/// Bytes of one element of `componentCount` components, padding within matrices included.
+uint32_t elementBytes(kxComponentType type, uint32_t componentCount, bool matrix);
 
 /// Values of one vertex attribute (or indices), in the component type that the file uses. Element i starts at byte
 /// `_offset + i * _stride` of `_data`; files in which one lies outside are refused. Integers may stand for 0 to 1 or -1 to 1
@@ -42,10 +44,11 @@ class kxVertexArray : public kxObject
     int64_t _stride = 0;
     kxSmartPointer<kxMemoryBlock> _data;
     bool _sparse = false;
+    bool _hasBounds = false;
     kxSmartPointer<kxUserData> _userData;
 
     /// Bytes of one element, padding within matrices included.
-    uint32_t getElementBytes() const;
+    uint32_t getElementBytes() const { return elementBytes(_componentType, _componentCount, _matrix); }
     /// First byte of an element; `index` is below `_count`.
     const uint8_t* getElement(int64_t index) const { return _data->getData() + _offset + index * _stride; }
     /// One component as a number, fractions as such. Components of matrices are counted column by column.

@@ -1,0 +1,104 @@
+// What a file says beyond the fields of the scene: extras, extensions and properties that nobody knows, carried from file to
+// file with the references in them kept true.
+//
+// The text of an extension stays JSON. A reference to a numbered thing becomes {"$ref": n}, a JSON pointer to one
+// {"$ref": n, "rest": "/translation"}; n counts the references of the user data. Keys that begin with '$' get one more of
+// it. Properties outside of extensions that the format does not define travel as those of an extension without a name.
+#pragma once
+
+#include "interop/gltf/kxGltfFaults.h"
+#include "interop/gltf/kxGltfObjects.h"
+#include "platform/core/kxUserData.h"
+
+#include <set>
+#include <span>
+#include <unordered_map>
+
+namespace Kel::Gltf
+{
+
+/// The properties and extensions of one kind of JSON object that the reader turns into fields.
+struct kxKnownKeys
+{
+    const char* place; ///< "node", "material" and so on
+    std::span<const std::string_view> members;
+    std::span<const std::string_view> extensions;
+};
+
+/// Collects what is carried while a file is read.
+class kxGltfCarriedReader
+{
+public:
+    kxGltfCarriedReader(kxGltfFaults& faults, const kxGltfObjects& objects) : m_faults(faults), m_objects(objects) {}
+
+    /// Extras, extensions and unknown properties of a JSON object; null when it has none. The extensions are filled in by
+    /// `finish`, when every object that they may refer to exists.
+    kxSmartPointer<kxUserData> read(const kxJsonValue& object, const kxKnownKeys& known);
+    /// Resolves references and names the extensions that may hold some which cannot be followed.
+    void finish();
+
+    /// Objects that extensions refer to, each once, in the order met.
+    const std::vector<kxObject*>& getReferenced() const { return m_referenced; }
+
+    /// True when an extension is known to hold references, or holds JSON pointers.
+    static bool holdsReferences(std::string_view name, const kxJsonValue& extension);
+
+private:
+    struct Pending
+    {
+        kxUserData* userData; // held by the object that it belongs to
+        const kxJsonValue* object;
+        const kxKnownKeys* known;
+    };
+    using Marks = std::unordered_map<const kxJsonValue*, kxGltfKind>;
+
+    void write(kxJsonText& json, const kxJsonValue& value, const Marks& marks, kxUserData& userData);
+    bool writeReference(kxJsonText& json, kxGltfKind kind, uint32_t index, const std::string_view* rest,
+                        kxUserData& userData);
+
+    kxGltfFaults& m_faults;
+    const kxGltfObjects& m_objects;
+    std::vector<Pending> m_pending;
+    std::vector<kxSmartPointer<kxUserData>> m_held; // until finish: nobody may have taken what was read
+    std::vector<kxObject*> m_referenced;
+    std::set<const kxObject*> m_known;
+    std::set<std::string, std::less<>> m_warned;
+};
+
+/// Writes what is carried.
+class kxGltfCarriedWriter
+{
+public:
+    /// Number of an object in the file being written; false for one that is not in it.
+    using IndexOf = std::function<bool(const kxObject*, kxGltfKind&, uint32_t&)>;
+    explicit kxGltfCarriedWriter(IndexOf indexOf) : m_indexOf(std::move(indexOf)) {}
+
+    /// Members of a JSON object that have been written before the carried ones.
+    struct Own
+    {
+        /// JSON text of extensions that fields were turned into: name, value.
+        std::vector<std::pair<std::string, std::string>> extensions;
+        /// Members that the extras get in addition: name, value as JSON text.
+        std::vector<std::pair<std::string, std::string>> extras;
+    };
+    /// Writes "extensions", "extras" and unknown properties into the object that is open.
+    void write(kxJsonText& json, const kxUserData* userData, const Own& own = Own());
+    /// Unknown property of that name as JSON text, empty when there is none; `write` writes only those that are not asked for
+    /// here first.
+    std::string getUnknown(const kxUserData* userData, std::string_view name) const;
+    /// Leaves out an unknown property of the next `write`.
+    void skipUnknown(std::string_view name) { m_skipped.emplace_back(name); }
+
+    /// Notes the use of an extension.
+    void use(std::string_view extension) { m_used.emplace(extension); }
+    const std::set<std::string, std::less<>>& getUsed() const { return m_used; }
+
+private:
+    void writeLinked(kxJsonText& json, const kxJsonValue& value, const kxUserData& userData);
+
+    IndexOf m_indexOf;
+    std::set<std::string, std::less<>> m_used;
+    std::vector<std::string> m_skipped;
+};
+
+} // namespace Kel::Gltf

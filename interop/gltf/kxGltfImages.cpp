@@ -1,0 +1,133 @@
+#include "interop/gltf/kxGltfImages.h"
+
+#include "interop/gltf/kxGltfImageType.h"
+#include "interop/gltf/kxGltfUri.h"
+#include "platform/core/kxAtomicFile.h"
+#include "platform/core/kxMappedFile.h"
+
+#include <cstring>
+#include <filesystem>
+
+namespace Kel::Gltf
+{
+
+namespace
+{
+
+bool isSame(const kxMemoryBlock& a, const uint8_t* bytes, uint64_t byteCount)
+{
+    return a.getSize() == byteCount && (byteCount == 0 || std::memcmp(a.getData(), bytes, byteCount) == 0);
+}
+
+} // namespace
+
+kxGltfImages::kxGltfImages(kxGltfFaults& faults, kxGltfData& data, bool isBinary)
+    : m_faults(faults), m_data(data), m_isBinary(isBinary), m_folder(folderOf(faults.getPath()))
+{
+}
+
+kxGltfImages::~kxGltfImages() = default;
+
+bool kxGltfImages::writeSource(kxJsonText& json, const kxImage& image)
+{
+    const bool isFile = !image._uri.isEmpty() && image._uri.view().substr(0, 5) != "data:";
+    if (!image._encoded)
+    {
+        if (image._pixels)
+            return m_faults.refuse("image \"%s\" has pixels that nothing here can encode", image._name.c_str());
+        if (isFile)
+            json.member("uri", image._uri.view());
+        else
+            m_faults.warn("image without bytes is written without a source", image._name.str());
+    }
+    else if (isFile && !m_isBinary)
+    {
+        std::string uri;
+        if (!placeFile(image, uri))
+            return false;
+        json.member("uri", uri);
+    }
+    else if (!image._uri.isEmpty() && !m_isBinary)
+    {
+        std::string uri = "data:" + image._mimeType.str() + ";base64,";
+        encodeBase64(image._encoded->getData(), image._encoded->getSize(), uri);
+        json.member("uri", uri);
+    }
+    else
+        json.member("bufferView", uint64_t(m_data.addImage(image._encoded)));
+    if (!image._mimeType.isEmpty())
+        json.member("mimeType", image._mimeType.view());
+    return true;
+}
+
+bool kxGltfImages::placeFile(const kxImage& image, std::string& uri)
+{
+    namespace fs = std::filesystem;
+    std::string path;
+    uri = image._uri.str();
+    // Files are written below the scene's folder only, wherever they came from.
+    if (classifyUri(uri, path) != kxUriKind::INSIDE)
+        path = path.substr(path.find_last_of("/\\") + 1);
+    const size_t nameAt = path.rfind('/') + 1; // 0 when there is no slash
+    size_t dot = path.rfind('.');
+    if (dot == std::string::npos || dot <= nameAt)
+        dot = path.size();
+    std::string suffix = path.substr(dot);
+    // An image that has been encoded anew may be of another kind than its name says.
+    const std::string_view wanted = fileSuffixOf(image._mimeType.view());
+    const bool isJpeg = wanted == ".jpg" && (suffix == ".jpeg" || suffix == ".JPG" || suffix == ".JPEG");
+    const kxStringRef actual = detectImageType(image._encoded->getData(), image._encoded->getSize());
+    if (!wanted.empty() && suffix != wanted && !isJpeg && actual == image._mimeType && actual)
+        suffix = std::string(wanted);
+    const std::string stem = path.substr(0, dot);
+
+    for (unsigned attempt = 0;; ++attempt)
+    {
+        const std::string candidate = stem + (attempt ? kxFormat("_%u", attempt) : std::string()) + suffix;
+        const auto taken = m_taken.find(candidate);
+        if (taken != m_taken.end())
+        {
+            if (!isSame(*image._encoded, taken->second->getData(), taken->second->getSize()))
+                continue;
+            uri = encodePercent(candidate);
+            return true;
+        }
+        const std::string target = m_folder + candidate;
+        std::string fault;
+        std::error_code systemError;
+        if (fs::exists(target, systemError))
+        {
+            const auto existing = kxMappedFile::open(target.c_str(), &fault);
+            if (!existing || !isSame(*image._encoded, existing->getData(), existing->getSize()))
+            {
+                m_faults.warn("image file exists with other content; the image is written under another name",
+                              candidate);
+                continue;
+            }
+        }
+        else
+        {
+            if (nameAt > 0)
+                fs::create_directories(m_folder + path.substr(0, nameAt), systemError);
+            auto& file = m_files.emplace_back(std::make_unique<kxAtomicFile>());
+            if (!file->open(target.c_str()) || !file->write(image._encoded->getData(), image._encoded->getSize()))
+                return m_faults.refuseReported();
+        }
+        m_taken.emplace(candidate, image._encoded.get());
+        // The URI stays as the file had it while it says the same.
+        if (decodePercent(uri) != candidate)
+            uri = encodePercent(candidate);
+        return true;
+    }
+}
+
+bool kxGltfImages::commit()
+{
+    for (const auto& file : m_files)
+        if (!file->commit())
+            return m_faults.refuseReported();
+    m_files.clear();
+    return true;
+}
+
+} // namespace Kel::Gltf

@@ -1,0 +1,238 @@
+#include "interop/gltf/kxGltfJson.h"
+
+#include "platform/core/kxReport.h"
+
+#include <rapidjson/error/en.h>
+#include <rapidjson/reader.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+namespace Kel::Gltf
+{
+
+namespace
+{
+
+// Hands the parser's events to the document and ends the parsing where brackets nest too deep.
+class DepthGuard
+{
+public:
+    explicit DepthGuard(rapidjson::Document& document) : m_document(document) {}
+
+    bool Null() { return m_document.Null(); }
+    bool Bool(bool b) { return m_document.Bool(b); }
+    bool Int(int i) { return m_document.Int(i); }
+    bool Uint(unsigned i) { return m_document.Uint(i); }
+    bool Int64(int64_t i) { return m_document.Int64(i); }
+    bool Uint64(uint64_t i) { return m_document.Uint64(i); }
+    bool Double(double d) { return m_document.Double(d); }
+    bool RawNumber(const char* s, rapidjson::SizeType n, bool copy) { return m_document.RawNumber(s, n, copy); }
+    bool String(const char* s, rapidjson::SizeType n, bool copy) { return m_document.String(s, n, copy); }
+    bool Key(const char* s, rapidjson::SizeType n, bool copy) { return m_document.Key(s, n, copy); }
+    bool StartObject() { return ++m_depth <= kxJsonDocument::kMaxDepth && m_document.StartObject(); }
+    bool EndObject(rapidjson::SizeType n) { return --m_depth, m_document.EndObject(n); }
+    bool StartArray() { return ++m_depth <= kxJsonDocument::kMaxDepth && m_document.StartArray(); }
+    bool EndArray(rapidjson::SizeType n) { return --m_depth, m_document.EndArray(n); }
+
+private:
+    rapidjson::Document& m_document;
+    unsigned m_depth = 0;
+};
+
+struct Generator
+{
+    char* text;
+    rapidjson::ParseResult result;
+    size_t end = 0;
+
+    bool operator()(rapidjson::Document& document)
+    {
+        constexpr unsigned kFlags =
+            rapidjson::kParseInsituFlag | rapidjson::kParseIterativeFlag | rapidjson::kParseFullPrecisionFlag;
+        rapidjson::InsituStringStream stream(text);
+        rapidjson::Reader reader;
+        DepthGuard guard(document);
+        result = reader.Parse<kFlags>(stream, guard);
+        end = stream.Tell();
+        return !result.IsError();
+    }
+};
+
+} // namespace
+
+bool isUtf8(std::string_view text)
+{
+    const auto* at = reinterpret_cast<const unsigned char*>(text.data());
+    const auto* const end = at + text.size();
+    auto follows = [&](int count)
+    {
+        if (end - at <= count)
+            return false;
+        for (int i = 1; i <= count; ++i)
+            if ((at[i] & 0xc0) != 0x80)
+                return false;
+        return true;
+    };
+    while (at < end)
+    {
+        uint64_t eight;
+        if (end - at >= 8 && (std::memcpy(&eight, at, 8), (eight & 0x8080808080808080u) == 0))
+            at += 8;
+        else if (*at < 0x80)
+            ++at;
+        else if (*at >= 0xc2 && *at <= 0xdf && follows(1))
+            at += 2;
+        else if ((*at & 0xf0) == 0xe0 && follows(2) && !(*at == 0xe0 && at[1] < 0xa0) && !(*at == 0xed && at[1] > 0x9f))
+            at += 3;
+        else if (*at >= 0xf0 && *at <= 0xf4 && follows(3) && !(*at == 0xf0 && at[1] < 0x90) &&
+                 !(*at == 0xf4 && at[1] > 0x8f))
+            at += 4;
+        else
+            return false;
+    }
+    return true;
+}
+
+bool kxJsonDocument::parse(std::unique_ptr<char[]> text, size_t byteCount, std::string& fault)
+{
+    m_document.reset();
+    m_text = std::move(text);
+    char* begin = m_text.get();
+    if (byteCount >= 3 && std::memcmp(begin, "\xef\xbb\xbf", 3) == 0)
+        begin += 3, byteCount -= 3;
+    // Some writers fill up to a boundary with zero bytes.
+    while (byteCount > 0 && begin[byteCount - 1] == '\0')
+        --byteCount;
+    begin[byteCount] = '\0';
+    if (!isUtf8({begin, byteCount}))
+    {
+        fault = "JSON text is not UTF-8";
+        return false;
+    }
+
+    const size_t chunk = std::min<size_t>(std::max<size_t>(byteCount / 8, 4096), size_t(1) << 20);
+    m_pool = std::make_unique<rapidjson::MemoryPoolAllocator<>>(chunk);
+    m_document = std::make_unique<rapidjson::Document>(m_pool.get());
+    Generator generator{begin, {}};
+    m_document->Populate(generator);
+    if (generator.result.IsError())
+    {
+        if (generator.result.Code() == rapidjson::kParseErrorTermination)
+            fault = kxFormat("JSON text nests deeper than %u", kMaxDepth);
+        else
+            fault = kxFormat("JSON text is broken at byte %zu: %s", generator.result.Offset(),
+                             rapidjson::GetParseError_En(generator.result.Code()));
+        m_document.reset();
+        return false;
+    }
+    if (generator.end != byteCount)
+    {
+        fault = kxFormat("JSON text is broken at byte %zu: zero byte", generator.end);
+        m_document.reset();
+        return false;
+    }
+    return true;
+}
+
+bool kxJsonDocument::parseCopy(std::string_view text, std::string& fault)
+{
+    auto copy = std::make_unique_for_overwrite<char[]>(text.size() + 1);
+    std::memcpy(copy.get(), text.data(), text.size());
+    return parse(std::move(copy), text.size(), fault);
+}
+
+const kxJsonValue* findMember(const kxJsonValue& object, std::string_view key)
+{
+    if (!object.IsObject())
+        return nullptr;
+    for (auto at = object.MemberBegin(); at != object.MemberEnd(); ++at)
+        if (textOf(at->name) == key)
+            return &at->value;
+    return nullptr;
+}
+
+bool readCount(const kxJsonValue& value, uint64_t& count)
+{
+    constexpr uint64_t kLargest = uint64_t(1) << 53;
+    if (value.IsUint64())
+        count = value.GetUint64();
+    else if (value.IsDouble() && value.GetDouble() >= 0 && value.GetDouble() <= static_cast<double>(kLargest) &&
+             value.GetDouble() == std::floor(value.GetDouble()))
+        count = static_cast<uint64_t>(value.GetDouble());
+    else
+        return false;
+    return count <= kLargest;
+}
+
+bool readIndex(const kxJsonValue& value, uint32_t& index)
+{
+    uint64_t count = 0;
+    if (!readCount(value, count) || count > UINT32_MAX)
+        return false;
+    index = static_cast<uint32_t>(count);
+    return true;
+}
+
+bool readFloat(const kxJsonValue& value, float& number)
+{
+    if (!value.IsNumber() || std::abs(value.GetDouble()) > static_cast<double>(std::numeric_limits<float>::max()))
+        return false;
+    number = static_cast<float>(value.GetDouble());
+    return true;
+}
+
+bool readFloats(const kxJsonValue& value, float* numbers, size_t count)
+{
+    if (!value.IsArray() || value.Size() != count)
+        return false;
+    for (rapidjson::SizeType i = 0; i < count; ++i)
+        if (!readFloat(value[i], numbers[i]))
+            return false;
+    return true;
+}
+
+void writeValue(kxJsonText& json, const kxJsonValue& value)
+{
+    // Calls itself once for each level; the parser has seen to it that there are few.
+    switch (value.GetType())
+    {
+    case rapidjson::kNullType: json.null(); break;
+    case rapidjson::kFalseType: json.boolean(false); break;
+    case rapidjson::kTrueType: json.boolean(true); break;
+    case rapidjson::kStringType: json.string(textOf(value)); break;
+    case rapidjson::kNumberType:
+        if (value.IsUint64())
+            json.unsignedInteger(value.GetUint64());
+        else if (value.IsInt64())
+            json.integer(value.GetInt64());
+        else
+            json.number(value.GetDouble());
+        break;
+    case rapidjson::kObjectType:
+        json.beginObject();
+        for (auto at = value.MemberBegin(); at != value.MemberEnd(); ++at)
+        {
+            json.key(textOf(at->name));
+            writeValue(json, at->value);
+        }
+        json.endObject();
+        break;
+    case rapidjson::kArrayType:
+        json.beginArray();
+        for (auto at = value.Begin(); at != value.End(); ++at)
+            writeValue(json, *at);
+        json.endArray();
+        break;
+    }
+}
+
+std::string printValue(const kxJsonValue& value)
+{
+    kxJsonText json;
+    writeValue(json, value);
+    return json.str();
+}
+
+} // namespace Kel::Gltf

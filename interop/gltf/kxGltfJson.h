@@ -1,0 +1,65 @@
+// JSON text being read: parsing within bounds, and questions to objects whose properties may be missing or wrong.
+#pragma once
+
+#include "interop/gltf/kxJsonText.h"
+#include "platform/core/kxStringRef.h"
+
+#if defined(__SSE2__) && !defined(RAPIDJSON_SSE2)
+#define RAPIDJSON_SSE2
+#endif
+#include <rapidjson/document.h>
+
+#include <memory>
+#include <string>
+
+namespace Kel::Gltf
+{
+
+using namespace Kel::Core;
+using kxJsonValue = rapidjson::Value;
+
+/// A parsed JSON text. Strings of its values lie in the text itself.
+class kxJsonDocument
+{
+public:
+    static constexpr unsigned kMaxDepth = 512;
+
+    /// Parses `byteCount` bytes of UTF-8, which are taken over and changed; one byte more than that must be allocated. On
+    /// failure `fault` says what was found and where. Takes no stack for nesting.
+    bool parse(std::unique_ptr<char[]> text, size_t byteCount, std::string& fault);
+    /// Parses a copy.
+    bool parseCopy(std::string_view text, std::string& fault);
+
+    const kxJsonValue& getRoot() const { return *m_document; }
+
+private:
+    std::unique_ptr<char[]> m_text;
+    std::unique_ptr<rapidjson::MemoryPoolAllocator<>> m_pool;
+    std::unique_ptr<rapidjson::Document> m_document;
+};
+
+inline std::string_view textOf(const kxJsonValue& string)
+{
+    return {string.GetString(), string.GetStringLength()};
+}
+
+/// Member of an object; null when there is none and when `object` is none.
+const kxJsonValue* findMember(const kxJsonValue& object, std::string_view key);
+
+/// A number without fraction from 0 to `UINT32_MAX`: 3 and 3.0 are the same.
+bool readIndex(const kxJsonValue& value, uint32_t& index);
+/// The same up to 2^53.
+bool readCount(const kxJsonValue& value, uint64_t& count);
+/// A number that a float can hold.
+bool readFloat(const kxJsonValue& value, float& number);
+/// An array of exactly `count` such numbers.
+bool readFloats(const kxJsonValue& value, float* numbers, size_t count);
+
+/// Writes a value as JSON text, numbers as short as they read back exactly.
+void writeValue(kxJsonText& json, const kxJsonValue& value);
+std::string printValue(const kxJsonValue& value);
+
+/// True when text is valid UTF-8.
+bool isUtf8(std::string_view text);
+
+} // namespace Kel::Gltf
