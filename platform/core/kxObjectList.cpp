@@ -32,7 +32,13 @@ struct kxObjectList::Index
     bool active = false;
     bool impossible = false; // an object stands twice
 
-    static size_t hash(uint32_t serial) { return (serial * 0x9E3779B97F4A7C15ull) >> 32; }
+    // Mixed twice: serials rise in even steps, and a single product of those falls into runs that probing has to cross.
+    static size_t hash(uint32_t serial)
+    {
+        uint64_t mixed = serial * 0x9E3779B97F4A7C15ull;
+        mixed ^= mixed >> 29;
+        return (mixed * 0xBF58476D1CE4E5B9ull) >> 32;
+    }
     size_t mask() const { return entries.size() - 1; }
 
     Entry* find(uint32_t serial)
@@ -101,7 +107,15 @@ private:
 namespace
 {
 
-constexpr uint32_t kShortList = 64; // up to here moving and scanning everything is cheapest
+constexpr uint32_t kMaxMoved = 4096; // entering more elements anew costs as much as searching a while without the index
+constexpr uint32_t kShortList = 64;  // up to here moving and scanning everything is cheapest
+
+// What stands in an empty slot; no object has this address.
+kxObject* hole()
+{
+    static char place;
+    return reinterpret_cast<kxObject*>(&place);
+}
 
 } // namespace
 
@@ -147,6 +161,7 @@ void kxObjectList::reallocate(uint32_t capacity, uint32_t gapStart, uint32_t gap
 
 void kxObjectList::reserve(uint32_t count)
 {
+    settle();
     if (count + m_gapLength > m_capacity)
         reallocate(count, 0, 0);
 }
@@ -177,7 +192,7 @@ void kxObjectList::moveGap(uint32_t index)
     m_gapStart = index;
     if (!m_index || !m_index->active)
         return;
-    if (moved > m_count / 8)
+    if (moved > kMaxMoved)
         return dropIndex();
     for (uint32_t i = 0; i < moved; ++i)
         if (kxObject* object = m_data[to + i])
@@ -186,16 +201,19 @@ void kxObjectList::moveGap(uint32_t index)
 
 void kxObjectList::append(kxObject* object)
 {
-    settle();
-    if (m_count + m_gapLength == m_capacity)
+    if (m_unsorted)
+        settle();
+    if (usedSlots() == m_capacity)
     {
+        if (m_holes)
+            closeHoles();
         // A wide gap is room enough; closing it costs less than growing.
         if (m_gapLength > m_capacity / 4)
             closeGap();
         else
             reallocate(std::max<uint32_t>(4, m_count * 2), 0, 0);
     }
-    const uint32_t slot = m_count + m_gapLength;
+    const uint32_t slot = usedSlots();
     m_data[slot] = object;
     ++m_count;
     noteAdded(object, slot);
@@ -205,6 +223,7 @@ void kxObjectList::append(kxObject* object)
 
 void kxObjectList::append(const kxObjectList& other)
 {
+    settle();
     const uint32_t count = other.getCount();
     if (m_count + m_gapLength + count > m_capacity)
         reallocate(std::max(m_count + count, m_count * 2), 0, 0);
@@ -302,16 +321,59 @@ void kxObjectList::removeAt(uint32_t index)
 
 bool kxObjectList::remove(const kxObject* object)
 {
-    const int index = find(object);
-    if (index < 0)
-        return false;
-    removeAt(static_cast<uint32_t>(index));
+    Index::Entry* entry = m_index && m_index->active && object ? m_index->find(object->getSerial()) : nullptr;
+    if (!entry)
+    {
+        const int index = find(object);
+        if (index < 0)
+            return false;
+        removeAt(static_cast<uint32_t>(index));
+        return true;
+    }
+    const uint32_t slot = entry->slot;
+    const uint32_t distance = slot < m_gapStart ? m_gapStart - slot : slot - m_gapStart - m_gapLength;
+    if (!m_holes && !m_unsorted && (m_gapLength == 0 || distance < kShortList))
+    {
+        removeAt(indexOf(slot));
+        return true;
+    }
+    // Far from the last edit: the slot is left empty, and all such slots are closed at once.
+    kxObject* old = m_data[slot];
+    m_index->remove(old->getSerial());
+    m_data[slot] = hole();
+    ++m_holes;
+    --m_count;
+    if (m_counted)
+        old->release();
     return true;
+}
+
+void kxObjectList::tidy() const
+{
+    if (m_holes)
+        closeHoles();
+    if (m_unsorted)
+        sort();
+}
+
+void kxObjectList::closeHoles() const
+{
+    const uint32_t used = usedSlots();
+    auto* list = const_cast<kxObjectList*>(this); // the elements stay what they are
+    uint32_t target = 0;
+    for (uint32_t slot = 0; slot < used; ++slot)
+        if (m_data[slot] != hole() && (slot < m_gapStart || slot >= m_gapStart + m_gapLength))
+            list->m_data[target++] = m_data[slot];
+    m_gapLength = 0;
+    m_holes = 0;
+    dropIndex();
 }
 
 void kxObjectList::clear()
 {
     // Emptied before anything is released: what a release destroys may look at the list.
+    if (m_holes)
+        closeHoles();
     if (m_gapLength)
         closeGap();
     kxObject** storage = m_data;
@@ -335,7 +397,7 @@ void kxObjectList::clear()
         delete[] storage;
 }
 
-int kxObjectList::findByScan(const kxObject* object, uint32_t start) const
+int kxObjectList::findByScan(const kxObject* object, uint32_t start, uint32_t& scanned) const
 {
     // From both ends at once, so that undoing or repeating a series of additions costs little. A hit from the back is the
     // answer only when no earlier element is the same object.
@@ -344,12 +406,21 @@ int kxObjectList::findByScan(const kxObject* object, uint32_t start) const
     while (low < high)
     {
         if (m_data[slotOf(low)] == object)
+        {
+            scanned = low - start + m_count - high + 1;
             return static_cast<int>(low);
+        }
         ++low;
         if (fromBack < 0 && low < high && m_data[slotOf(--high)] == object)
             fromBack = static_cast<int>(high);
     }
+    scanned = m_count - start;
     return fromBack;
+}
+
+bool kxObjectList::contains(const kxObject* object) const
+{
+    return m_index && m_index->active && object ? m_index->find(object->getSerial()) != nullptr : find(object) >= 0;
 }
 
 int kxObjectList::find(const kxObject* object, uint32_t start) const
@@ -357,8 +428,9 @@ int kxObjectList::find(const kxObject* object, uint32_t start) const
     settle();
     if (start >= m_count)
         return -1;
+    uint32_t scanned;
     if (m_count <= kShortList || start > 0 || !object || (m_index && m_index->impossible))
-        return findByScan(object, start);
+        return findByScan(object, start, scanned);
     if (!m_index)
         m_index = new Index;
     if (m_index->active)
@@ -366,9 +438,8 @@ int kxObjectList::find(const kxObject* object, uint32_t start) const
         const Index::Entry* entry = m_index->find(object->getSerial());
         return entry ? static_cast<int>(indexOf(entry->slot)) : -1;
     }
-    const int found = findByScan(object, 0);
-    m_index->scanned +=
-        found < 0 ? m_count : std::min<uint32_t>(static_cast<uint32_t>(found), m_count - static_cast<uint32_t>(found));
+    const int found = findByScan(object, 0, scanned);
+    m_index->scanned += scanned;
     if (m_index->scanned > uint64_t(m_count) * 4)
     {
         m_index->start(m_count);
@@ -409,6 +480,8 @@ kxObject* kxObjectList::findByField(kxStringRef fieldName, const void* value) co
 
 bool kxObjectList::insertSorted(kxObject* object)
 {
+    if (m_holes)
+        closeHoles();
     if (m_gapLength)
         closeGap();
     const bool behindLast = !m_unsorted && (m_count == 0 || m_data[m_count - 1]->getSerial() < object->getSerial());

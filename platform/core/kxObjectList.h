@@ -9,8 +9,9 @@ namespace Kel::Core
 /// Ordered list of object references, counted unless the class says otherwise. Null entries are allowed.
 ///
 /// Edits one after another at neighbouring places, and at the end, cost no more in a list of a million than in one of ten:
-/// the storage keeps a gap where the list was last edited. `find` in a long list goes through an index once scans have
-/// cost as much as building it.
+/// the storage keeps a gap where the list was last edited. So do removals of elements by value in any order, as long as
+/// nothing reads the list by index between them. `find` in a long list goes through an index once scans have cost as much
+/// as building it.
 ///
 /// A list can also be kept sorted by identity: `insertSorted` adds an object at most once, `findSorted` finds it, and the
 /// order is made good when the list is next read, so that building a list of n objects in any order costs n log n.
@@ -56,7 +57,7 @@ class kxObjectList : public kxListBase
 
     /// Index of the first element that is `object` at or after `start`, -1 when there is none.
     int find(const kxObject* object, uint32_t start = 0) const;
-    bool contains(const kxObject* object) const { return find(object) >= 0; }
+    bool contains(const kxObject* object) const;
 
     using Alike = bool (*)(kxObject* element, kxObject* object, void* context);
     /// Index of the first element that the callback calls equal to `object`; appends the object and gives its index when
@@ -92,15 +93,18 @@ private:
     uint32_t indexOf(uint32_t slot) const { return slot < m_gapStart ? slot : slot - m_gapLength; }
     void settle() const
     {
-        if (m_unsorted)
-            sort();
+        if (m_unsorted || m_holes)
+            tidy();
     }
+    void tidy() const;
     void sort() const;
+    void closeHoles() const;
+    uint32_t usedSlots() const { return m_count + m_gapLength + m_holes; }
     void closeGap() const;
     void moveGap(uint32_t index);
     void reallocate(uint32_t capacity, uint32_t gapStart, uint32_t gapLength);
     void placeInGap(kxObject* object);
-    int findByScan(const kxObject* object, uint32_t start) const;
+    int findByScan(const kxObject* object, uint32_t start, uint32_t& scanned) const;
     void noteAdded(const kxObject* object, uint32_t slot);
     void dropIndex() const;
 
@@ -113,6 +117,7 @@ private:
     mutable uint32_t m_gapLength = 0;
     bool m_counted;
     mutable bool m_unsorted = false;
+    mutable uint32_t m_holes = 0; // slots that removals far from the gap have left, closed when the list is next read
     kxObject* m_inline[kInline];
     mutable Index* m_index = nullptr; // see the source file
 };

@@ -40,10 +40,12 @@ void kxGroup::removeChild(uint32_t index)
 
 bool kxGroup::removeChild(const kxNode* node)
 {
-    const int index = getChild(node);
-    if (index < 0)
+    // By value: a list of many children then loses them in any order without moving the others.
+    const kxSmartPointer<kxNode> held = const_cast<kxNode*>(node);
+    if (!_childList || !_childList->remove(node))
         return false;
-    removeChild(static_cast<uint32_t>(index));
+    if (held)
+        held->removeParent(this);
     return true;
 }
 

@@ -28,8 +28,6 @@ class kxNode : public kxObject
     uint32_t _flags = 0;
 
 private:
-    bool m_hasParentIndex = false; // stands here because it takes no room here
-
 public:
     kxSmartPointer<kxNodeList> _parentList; ///< null or empty: no parents
     kxSmartPointer<kxBoundingVolume> _boundingVolume;
