@@ -32,8 +32,10 @@ class kxKXBFile;
 class kxMappedFile;
 class kxRegistry;
 class kxUserData;
-template <class T> class kxSmartPointer;
-template <class T> class kxFields;
+template <class T>
+class kxSmartPointer;
+template <class T>
+class kxFields;
 
 /// What an operation that can fail answers.
 enum kxResult

@@ -33,44 +33,52 @@ namespace
 {
 
 // Number of scalars in a value and their type: a vector is compared, hashed and printed scalar by scalar.
-template <class T> struct Scalars
+template <class T>
+struct Scalars
 {
     using Type = T;
     static constexpr size_t kCount = 1;
 };
-template <> struct Scalars<kxVec2f>
+template <>
+struct Scalars<kxVec2f>
 {
     using Type = float;
     static constexpr size_t kCount = 2;
 };
-template <> struct Scalars<kxVec3f>
+template <>
+struct Scalars<kxVec3f>
 {
     using Type = float;
     static constexpr size_t kCount = 3;
 };
-template <> struct Scalars<kxVec4f>
+template <>
+struct Scalars<kxVec4f>
 {
     using Type = float;
     static constexpr size_t kCount = 4;
 };
-template <> struct Scalars<kxQuatf>
+template <>
+struct Scalars<kxQuatf>
 {
     using Type = float;
     static constexpr size_t kCount = 4;
 };
-template <> struct Scalars<kxMatrix44f>
+template <>
+struct Scalars<kxMatrix44f>
 {
     using Type = float;
     static constexpr size_t kCount = 16;
 };
-template <> struct Scalars<kxAABox>
+template <>
+struct Scalars<kxAABox>
 {
     using Type = float;
     static constexpr size_t kCount = 6;
 };
 
 // Bits of a scalar such that equal bits mean alike: both zeros are one value, a NaN is alike to itself.
-template <class S> uint64_t scalarBits(S scalar)
+template <class S>
+uint64_t scalarBits(S scalar)
 {
     if constexpr (std::is_same_v<S, float>)
         return scalar == 0 ? 0 : std::bit_cast<uint32_t>(scalar);
@@ -82,7 +90,8 @@ template <class S> uint64_t scalarBits(S scalar)
         return static_cast<uint64_t>(scalar);
 }
 
-template <class T> typename Scalars<T>::Type scalarAt(const void* value, size_t index)
+template <class T>
+typename Scalars<T>::Type scalarAt(const void* value, size_t index)
 {
     using S = typename Scalars<T>::Type;
     S scalar;
@@ -90,7 +99,8 @@ template <class T> typename Scalars<T>::Type scalarAt(const void* value, size_t 
     return scalar;
 }
 
-template <class S> void appendScalar(std::string& text, S scalar)
+template <class S>
+void appendScalar(std::string& text, S scalar)
 {
     if constexpr (std::is_same_v<S, bool>)
         text += scalar ? "true" : "false";
@@ -103,7 +113,8 @@ template <class S> void appendScalar(std::string& text, S scalar)
     }
 }
 
-template <class S> bool parseScalar(std::string_view text, S& scalar)
+template <class S>
+bool parseScalar(std::string_view text, S& scalar)
 {
     if constexpr (std::is_same_v<S, bool>)
     {
@@ -124,7 +135,8 @@ template <class S> bool parseScalar(std::string_view text, S& scalar)
 
 } // namespace
 
-template <class T, kxFieldKind K> void kxPlainField<T, K>::constructValue(void* value) const
+template <class T, kxFieldKind K>
+void kxPlainField<T, K>::constructValue(void* value) const
 {
     if constexpr (std::is_same_v<T, kxAABox>)
         new (value) kxAABox;
@@ -132,12 +144,14 @@ template <class T, kxFieldKind K> void kxPlainField<T, K>::constructValue(void* 
         std::memset(value, 0, sizeof(T));
 }
 
-template <class T, kxFieldKind K> void kxPlainField<T, K>::copyValue(void* target, const void* source) const
+template <class T, kxFieldKind K>
+void kxPlainField<T, K>::copyValue(void* target, const void* source) const
 {
     std::memmove(target, source, sizeof(T));
 }
 
-template <class T, kxFieldKind K> bool kxPlainField<T, K>::isValueAlike(const void* a, const void* b) const
+template <class T, kxFieldKind K>
+bool kxPlainField<T, K>::isValueAlike(const void* a, const void* b) const
 {
     for (size_t i = 0; i < Scalars<T>::kCount; ++i)
         if (scalarBits(scalarAt<T>(a, i)) != scalarBits(scalarAt<T>(b, i)))
@@ -145,7 +159,8 @@ template <class T, kxFieldKind K> bool kxPlainField<T, K>::isValueAlike(const vo
     return true;
 }
 
-template <class T, kxFieldKind K> uint64_t kxPlainField<T, K>::hashValue(const void* value) const
+template <class T, kxFieldKind K>
+uint64_t kxPlainField<T, K>::hashValue(const void* value) const
 {
     uint64_t bits[Scalars<T>::kCount];
     for (size_t i = 0; i < Scalars<T>::kCount; ++i)
@@ -153,7 +168,8 @@ template <class T, kxFieldKind K> uint64_t kxPlainField<T, K>::hashValue(const v
     return hashBytes(bits, sizeof bits);
 }
 
-template <class T, kxFieldKind K> std::string kxPlainField<T, K>::valueToText(const void* value) const
+template <class T, kxFieldKind K>
+std::string kxPlainField<T, K>::valueToText(const void* value) const
 {
     std::string text;
     for (size_t i = 0; i < Scalars<T>::kCount; ++i)
@@ -165,7 +181,8 @@ template <class T, kxFieldKind K> std::string kxPlainField<T, K>::valueToText(co
     return text;
 }
 
-template <class T, kxFieldKind K> bool kxPlainField<T, K>::valueFromText(std::string_view text, void* value) const
+template <class T, kxFieldKind K>
+bool kxPlainField<T, K>::valueFromText(std::string_view text, void* value) const
 {
     using S = typename Scalars<T>::Type;
     S scalars[Scalars<T>::kCount];

@@ -9,7 +9,8 @@ namespace Kel::Core
 {
 
 /// Common body of the fields whose values are plain data (`T` is copied byte by byte).
-template <class T, kxFieldKind Kind> class kxPlainField : public kxMetaField
+template <class T, kxFieldKind Kind>
+class kxPlainField : public kxMetaField
 {
 public:
     kxFieldKind getKind() const override { return Kind; }
@@ -115,8 +116,8 @@ class kxObjectField : public kxMetaField
     void setObject(void* value, kxObject* object) const;
 
     kxFieldKind getKind() const override { return kxFieldKind::OBJECT; }
-    size_t getValueSize() const override { return sizeof(kxObject*); }
-    size_t getValueAlignment() const override { return alignof(kxObject*); }
+    size_t getValueSize() const override { return sizeof(void*); }
+    size_t getValueAlignment() const override { return alignof(void*); }
     void constructValue(void* value) const override;
     void destroyValue(void* value) const override;
     void copyValue(void* target, const void* source) const override;

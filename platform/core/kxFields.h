@@ -11,10 +11,12 @@ namespace Kel::Core
 {
 
 /// Field class for a member of type `M`.
-template <class M, class = void> struct kxFieldFor;
+template <class M, class = void>
+struct kxFieldFor;
 
 #define KX_FIELD_FOR(Type, Field)                                                                                      \
-    template <> struct kxFieldFor<Type>                                                                                \
+    template <>                                                                                                        \
+    struct kxFieldFor<Type>                                                                                            \
     {                                                                                                                  \
         static kxSmartPointer<kxMetaField> create() { return kxNew<Field>(); }                                         \
     };
@@ -34,25 +36,29 @@ KX_FIELD_FOR(kxAABox, kxAABoxField)
 KX_FIELD_FOR(kxSmartPointer<kxMemoryBlock>, kxMemoryField)
 #undef KX_FIELD_FOR
 
-template <class T> struct kxFieldFor<kxSmartPointer<T>>
+template <class T>
+struct kxFieldFor<kxSmartPointer<T>>
 {
     static kxSmartPointer<kxMetaField> create() { return kxNew<kxObjectField>(&T::staticMetaObject); }
 };
-template <class E> struct kxFieldFor<E, std::enable_if_t<std::is_enum_v<E>>>
+template <class E>
+struct kxFieldFor<E, std::enable_if_t<std::is_enum_v<E>>>
 {
     static_assert(sizeof(E) == 4, "reflected enumerations have 32 bits");
     static kxSmartPointer<kxMetaField> create() { return kxNew<kxEnumField>(kxMetaEnumOf(E())); }
 };
 
 /// The list of fields of class `T`, filled in by `T::listFields` in order.
-template <class T> class kxFields
+template <class T>
+class kxFields
 {
 public:
     explicit kxFields(kxMetaObject* type) : m_type(type) {}
 
     /// Lists one member: its name (with the leading underscore) and one line of help. The meta-field's class follows from
     /// the member's type, the default is the member's initialiser. Returns the field, for its flags.
-    template <class C, class M> kxMetaField& add(M C::*member, const char* name, const char* help)
+    template <class C, class M>
+    kxMetaField& add(M C::*member, const char* name, const char* help)
     {
         static_assert(std::is_base_of_v<C, T>);
         static_assert(sizeof(member) == sizeof(ptrdiff_t), "a member pointer is the member's offset");
@@ -67,13 +73,14 @@ private:
 
 /// Registers class `T` under its name with one line of help; its base must be registered. Does nothing the second time.
 /// Calls `T::userRegister()` when the class itself has such a function.
-template <class T> kxMetaObject* kxRegisterClass(const char* name, const char* help)
+template <class T>
+kxMetaObject* kxRegisterClass(const char* name, const char* help)
 {
     if (T::s_metaObject)
         return T::s_metaObject;
     kxMetaObject::Factory factory = nullptr;
     // Not is_default_constructible: that would ask for a public destructor as well.
-    if constexpr (requires(kxMemoryPool& pool) { new (pool) T; })
+    if constexpr (requires(kxMemoryPool & pool) { new (pool) T; })
         factory = [](kxMemoryPool& pool) -> kxObject* { return new (pool) T; };
     kxMetaObject* base = nullptr;
     if constexpr (!std::is_same_v<T, kxObject>)

@@ -36,7 +36,8 @@ class kxListBase : public kxObject
 };
 
 /// List of plain values.
-template <class T> class kxTValueList : public kxListBase
+template <class T>
+class kxTValueList : public kxListBase
 {
     using Stored = std::conditional_t<std::is_same_v<T, bool>, unsigned char, T>;
 
@@ -45,7 +46,8 @@ public:
     void clear() override { m_values.clear(); }
     const kxMetaField* getElementField() const override
     {
-        static const kxMetaField* field = [] {
+        static const kxMetaField* field = []
+        {
             kxSmartPointer<kxMetaField> created = kxFieldFor<T>::create();
             created->addRef(); // lives as long as the process
             return created.get();

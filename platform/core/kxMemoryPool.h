@@ -42,7 +42,8 @@ private:
         kxMemoryPool* pool;
     };
     static constexpr size_t kGrain = 16;
-    static constexpr size_t kSlabBytes = 64 * 1024; // a power of two: the slab of a block is found by masking its address
+    // A power of two: the slab of a block is found by masking its address.
+    static constexpr size_t kSlabBytes = 64 * 1024;
 
     void addSlab(size_t sizeClass);
 

@@ -117,9 +117,9 @@ kxMetaField* kxMetaObject::appendField(const kxMetaObject* fieldType, kxStringRe
     {
         // Behind the fields of this class and before those of the derived ones, so that the order stays base first.
         auto& list = type->m_fields;
-        auto place = std::find_if(list.begin(), list.end(), [&](kxMetaField* f) {
-            return f->m_owner != this && f->m_owner->isDerivedFrom(this);
-        });
+        auto place =
+            std::find_if(list.begin(), list.end(),
+                         [&](kxMetaField* f) { return f->m_owner != this && f->m_owner->isDerivedFrom(this); });
         list.insert(place, field.get());
     }
     ++types().generation;

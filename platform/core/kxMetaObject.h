@@ -47,7 +47,8 @@ class kxMetaObject : public kxObject
 
     /// A new object of this type; null for an abstract type.
     kxSmartPointer<kxObject> createInstance(kxMemoryPool& pool = kxMemoryPool::getDefault()) const;
-    template <class T> kxSmartPointer<T> createInstanceRef(kxMemoryPool& pool = kxMemoryPool::getDefault()) const
+    template <class T>
+    kxSmartPointer<T> createInstanceRef(kxMemoryPool& pool = kxMemoryPool::getDefault()) const
     {
         kxSmartPointer<kxObject> object = createInstance(pool);
         return kxSmartPointer<T>(kxCast<T>(object));

@@ -201,7 +201,8 @@ kxSmartPointer<kxObject> kxObject::copyDeep() const
     std::vector<const kxObject*> toFill;
 
     // Types and fields are never copied; memory blocks are shared until written.
-    auto copyOf = [&](const kxObject* original) -> kxObject* {
+    auto copyOf = [&](const kxObject* original) -> kxObject*
+    {
         if (!original || kxCast<kxMetaObject>(original) || kxCast<kxMetaField>(original))
             return const_cast<kxObject*>(original);
         kxSmartPointer<kxObject>& copy = copies[original];
@@ -274,7 +275,8 @@ void kxObject::resetFields()
 int kxObject::traverseFields(kxTraverseCallback callback, void* context) const
 {
     int sum = 0;
-    auto visitList = [&](auto& self, const kxObjectList* list, const kxMetaField* field) -> void {
+    auto visitList = [&](auto& self, const kxObjectList* list, const kxMetaField* field) -> void
+    {
         for (uint32_t i = 0; i < list->getCount(); ++i)
         {
             kxObject* element = list->get(i);

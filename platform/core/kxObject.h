@@ -14,8 +14,14 @@
 public:                                                                                                                \
     using Self = Class;                                                                                                \
     using Super = Base;                                                                                                \
-    static Kel::Core::kxMetaObject* staticMetaObject() { return s_metaObject; }                                        \
-    Kel::Core::kxMetaObject* getMetaObject() const override { return s_metaObject; }                                   \
+    static Kel::Core::kxMetaObject* staticMetaObject()                                                                 \
+    {                                                                                                                  \
+        return s_metaObject;                                                                                           \
+    }                                                                                                                  \
+    Kel::Core::kxMetaObject* getMetaObject() const override                                                            \
+    {                                                                                                                  \
+        return s_metaObject;                                                                                           \
+    }                                                                                                                  \
     static Kel::Core::kxMetaObject* s_metaObject;
 
 /// Stands once in the class's source file.
@@ -109,21 +115,25 @@ private:
 };
 
 /// The object as a `T`, or null when it is of another type.
-template <class T> T* kxCast(kxObject* object)
+template <class T>
+T* kxCast(kxObject* object)
 {
     return object && object->isOfType(T::staticMetaObject()) ? static_cast<T*>(object) : nullptr;
 }
-template <class T> const T* kxCast(const kxObject* object)
+template <class T>
+const T* kxCast(const kxObject* object)
 {
     return object && object->isOfType(T::staticMetaObject()) ? static_cast<const T*>(object) : nullptr;
 }
-template <class T, class U> T* kxCast(const kxSmartPointer<U>& object)
+template <class T, class U>
+T* kxCast(const kxSmartPointer<U>& object)
 {
     return kxCast<T>(static_cast<kxObject*>(object.get()));
 }
 
 /// A new object of class `T`.
-template <class T, class... A> kxSmartPointer<T> kxNew(A&&... arguments)
+template <class T, class... A>
+kxSmartPointer<T> kxNew(A&&... arguments)
 {
     return kxSmartPointer<T>(new T(std::forward<A>(arguments)...));
 }

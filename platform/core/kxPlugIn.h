@@ -29,9 +29,9 @@ using kxPlugInFunction = const kxPlugInInfo* (*)();
 /// with `kxRegisterClass`. The function is called once, after the version has been found to fit.
 ///
 ///     KX_PLUGIN("Example", registerExample)
-#define KX_PLUGIN(Name, RegisterFunction)                                                                   \
-    extern "C" [[gnu::visibility("default")]] const Kel::Core::kxPlugInInfo* kxPlugInRegister()             \
-    {                                                                                                       \
-        static const Kel::Core::kxPlugInInfo info = {Kel::Core::kPlugInAbiVersion, Name, RegisterFunction}; \
-        return &info;                                                                                       \
+#define KX_PLUGIN(Name, RegisterFunction)                                                                              \
+    extern "C" [[gnu::visibility("default")]] const Kel::Core::kxPlugInInfo* kxPlugInRegister()                        \
+    {                                                                                                                  \
+        static const Kel::Core::kxPlugInInfo info = {Kel::Core::kPlugInAbiVersion, Name, RegisterFunction};            \
+        return &info;                                                                                                  \
     }

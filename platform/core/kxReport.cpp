@@ -68,7 +68,8 @@ kxReport::Answer kxReport::warning(const char* format, ...)
 kxReportCollector::kxReportCollector()
 {
     kxReport::setSink(
-        [](kxReport::Severity severity, const std::string& line, void* context) {
+        [](kxReport::Severity severity, const std::string& line, void* context)
+        {
             auto* collector = static_cast<kxReportCollector*>(context);
             (severity == kxReport::ERROR ? collector->m_errors : collector->m_warnings) += line + "\n";
             return collector->m_answer;

@@ -10,7 +10,8 @@ namespace Kel::Core
 {
 
 /// Counted reference to a `kxObject` or nothing. Not atomic: one run uses one thread.
-template <class T> class kxSmartPointer
+template <class T>
+class kxSmartPointer
 {
 public:
     kxSmartPointer() = default;

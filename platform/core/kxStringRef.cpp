@@ -13,7 +13,8 @@ namespace Kel::Core
 uint64_t hashBytes(const void* bytes, size_t byteCount, uint64_t seed)
 {
     const uint64_t multiplier = 0x9E3779B97F4A7C15ull;
-    auto mix = [&](uint64_t h, uint64_t value) {
+    auto mix = [&](uint64_t h, uint64_t value)
+    {
         h ^= value * multiplier;
         h = (h << 31) | (h >> 33);
         return h * 0xC2B2AE3D27D4EB4Full;

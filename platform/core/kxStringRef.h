@@ -25,7 +25,10 @@ public:
 
     /// The text, zero-terminated; the empty string for a null reference.
     const char* c_str() const { return m_entry ? m_entry->text : ""; }
-    std::string_view view() const { return m_entry ? std::string_view(m_entry->text, m_entry->length) : std::string_view(); }
+    std::string_view view() const
+    {
+        return m_entry ? std::string_view(m_entry->text, m_entry->length) : std::string_view();
+    }
     std::string str() const { return std::string(view()); }
     size_t length() const { return m_entry ? m_entry->length : 0; }
 
