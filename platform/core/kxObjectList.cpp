@@ -321,15 +321,20 @@ void kxObjectList::removeAt(uint32_t index)
 
 bool kxObjectList::remove(const kxObject* object)
 {
-    Index::Entry* entry = m_index && m_index->active && object ? m_index->find(object->getSerial()) : nullptr;
-    if (!entry)
+    if (!m_index || !m_index->active || !object)
     {
         const int index = find(object);
         if (index < 0)
             return false;
-        removeAt(static_cast<uint32_t>(index));
-        return true;
+        if (!m_index || !m_index->active || !object) // else the search has just built the index
+        {
+            removeAt(static_cast<uint32_t>(index));
+            return true;
+        }
     }
+    const Index::Entry* entry = m_index->find(object->getSerial());
+    if (!entry)
+        return false;
     const uint32_t slot = entry->slot;
     const uint32_t distance = slot < m_gapStart ? m_gapStart - slot : slot - m_gapStart - m_gapLength;
     if (!m_holes && !m_unsorted && (m_gapLength == 0 || distance < kShortList))
