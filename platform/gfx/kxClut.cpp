@@ -14,6 +14,7 @@ void kxClut::listFields(kxFields<kxClut>& fields)
 {
     fields.add(&kxClut::_entryCount, "_entryCount", "number of colours");
     fields.add(&kxClut::_entries, "_entries", "the colours, four bytes each");
+    fields.add(&kxClut::_isOpaque, "_isOpaque", "the fourth bytes do not count: the image came without alpha");
 }
 
 bool kxClut::userCheckLoaded(std::string& fault) const
@@ -33,9 +34,16 @@ kxSmartPointer<kxClut> kxClut::create(const uint8_t* entries, uint32_t entryCoun
     return clut;
 }
 
+kxSmartPointer<kxClut> kxClut::clone() const
+{
+    auto clut = create(getEntries(), _entryCount);
+    clut->_isOpaque = _isOpaque;
+    return clut;
+}
+
 bool kxClut::hasAlpha() const
 {
-    for (uint32_t i = 0; i < _entryCount; ++i)
+    for (uint32_t i = 0; i < _entryCount && !_isOpaque; ++i)
         if (getEntries()[4 * i + 3] != 255)
             return true;
     return false;
@@ -47,6 +55,8 @@ void kxClut::fillTable(uint32_t table[256]) const
     std::fill(table + count, table + 256, 0xff000000u);
     if (count)
         std::memcpy(table, getEntries(), 4 * count);
+    for (uint32_t i = 0; i < count && _isOpaque; ++i)
+        table[i] |= 0xff000000u;
 }
 
 } // namespace Kel::Gfx

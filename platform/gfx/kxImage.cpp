@@ -225,7 +225,7 @@ void kxImage::copyFrom(const kxImage* source)
     if (_pixels)
         _pixels = kxMemoryBlock::copyOf(_pixels->getData(), _pixels->getSize());
     if (_clut)
-        _clut = kxClut::create(_clut->getEntries(), _clut->_entryCount);
+        _clut = _clut->clone();
 }
 
 bool kxImage::forEachRgbaRow(const std::function<void(uint32_t, const uint8_t*)>& callback)
@@ -327,7 +327,7 @@ bool kxImage::convert(KX_GFX_TEXTURE_FORMAT format, kxImage* source)
         source->forEachRgbaRow([&](uint32_t, const uint8_t* row) { writer.putRow(row); });
     }
     if (isIndexed(format) && source != this)
-        _clut = kxClut::create(source->_clut->getEntries(), source->_clut->_entryCount);
+        _clut = source->_clut->clone();
     else if (!isIndexed(format))
         _clut = nullptr;
     _encoded = nullptr;
@@ -362,7 +362,7 @@ bool kxImage::resize(kxImage* source, uint32_t width, uint32_t height)
     const kxSmartPointer<kxClut> clut = source->_clut;
     const std::vector<uint32_t> columns = nearestPlaces(oldWidth, width), rows = nearestPlaces(oldHeight, height);
     setSize(width, height, info.format);
-    _clut = clut && source != this ? kxClut::create(clut->getEntries(), clut->_entryCount) : clut;
+    _clut = clut && source != this ? clut->clone() : clut;
     const size_t oldStride = getTextureByteSize(info.format, oldWidth, 1);
     const size_t stride = getTextureByteSize(info.format, width, 1);
     uint8_t* target = _pixels->getWritableData();

@@ -28,6 +28,21 @@ void unpackIndices(const uint8_t* source, uint8_t* rgba, uint32_t width, uint32_
         std::memcpy(rgba + 4 * x, &palette[x % 2 ? source[x / 2] & 15 : source[x / 2] >> 4], 4);
 }
 
+/// Moves RGBA pixels between one band of tiles and its rows. The bytes of a tile's row are a constant, so that a move of them
+/// is one instruction.
+template <size_t TileRowBytes>
+void moveTiles(uint8_t* tiles, uint8_t* rows, uint32_t paddedWidth, const kxTextureFormatInfo& info, bool isToRows)
+{
+    const size_t stride = size_t(paddedWidth) * 4;
+    for (uint32_t x = 0; x < paddedWidth; x += info.tileWidth)
+        for (uint32_t y = 0; y < info.tileHeight; ++y, tiles += TileRowBytes)
+        {
+            uint8_t* row = rows + y * stride + size_t(x) * 4;
+            std::memcpy(isToRows ? row : tiles, isToRows ? tiles : row, TileRowBytes);
+        }
+}
+using TileMover = void (*)(uint8_t*, uint8_t*, uint32_t, const kxTextureFormatInfo&, bool);
+
 } // namespace
 
 kxBandReader::kxBandReader(const kxTextureFormatInfo& info, const uint8_t* pixels, uint32_t width, uint32_t height,
@@ -57,12 +72,11 @@ void kxBandReader::readBand(uint32_t band)
 {
     m_band = band;
     const uint8_t* source = m_pixels + m_bandBytes * band;
-    const size_t stride = size_t(m_paddedWidth) * 4;
     if (m_info.isIndexed())
         return unpackIndices(source, m_rows.data(), m_width, m_info.bitsPerPixel, m_palette);
     if (m_info.kind == kxTextureFormatInfo::BLOCKS)
     {
-        const size_t blockBytes = getBlockBytes(m_info.format);
+        const size_t blockBytes = getBlockBytes(m_info.format), stride = size_t(m_paddedWidth) * 4;
         for (uint32_t x = 0; x < m_paddedWidth; x += 4, source += blockBytes)
         {
             uint8_t block[64];
@@ -76,11 +90,8 @@ void kxBandReader::readBand(uint32_t band)
     if (!m_info.isTiled())
         return unpack(source, m_rows.data(), m_width);
     unpack(source, m_tiles.data(), size_t(m_paddedWidth) * m_info.tileHeight);
-    const uint8_t* tileRow = m_tiles.data();
-    const size_t tileRowBytes = size_t(m_info.tileWidth) * 4;
-    for (uint32_t x = 0; x < m_paddedWidth; x += m_info.tileWidth)
-        for (uint32_t y = 0; y < m_info.tileHeight; ++y, tileRow += tileRowBytes)
-            std::memcpy(m_rows.data() + y * stride + size_t(x) * 4, tileRow, tileRowBytes);
+    const TileMover move = m_info.tileWidth == 4 ? moveTiles<16> : moveTiles<32>;
+    move(m_tiles.data(), m_rows.data(), m_paddedWidth, m_info, true);
 }
 
 kxBandWriter::kxBandWriter(const kxTextureFormatInfo& info, uint8_t* pixels, uint32_t width, uint32_t height)
@@ -121,9 +132,9 @@ void kxBandWriter::putRow(const uint8_t* rgba)
 void kxBandWriter::writeBand()
 {
     uint8_t* target = m_pixels + m_bandBytes * ((m_row - 1) / m_info.tileHeight);
-    const size_t stride = size_t(m_paddedWidth) * 4;
     if (m_info.kind == kxTextureFormatInfo::BLOCKS)
     {
+        const size_t stride = size_t(m_paddedWidth) * 4;
         for (uint32_t x = 0; x < m_paddedWidth; x += 4, target += getBlockBytes(m_info.format))
         {
             uint8_t block[64];
@@ -133,11 +144,8 @@ void kxBandWriter::writeBand()
         }
         return;
     }
-    uint8_t* tileRow = m_tiles.data();
-    const size_t tileRowBytes = size_t(m_info.tileWidth) * 4;
-    for (uint32_t x = 0; x < m_paddedWidth; x += m_info.tileWidth)
-        for (uint32_t y = 0; y < m_info.tileHeight; ++y, tileRow += tileRowBytes)
-            std::memcpy(tileRow, m_rows.data() + y * stride + size_t(x) * 4, tileRowBytes);
+    const TileMover move = m_info.tileWidth == 4 ? moveTiles<16> : moveTiles<32>;
+    move(m_tiles.data(), m_rows.data(), m_paddedWidth, m_info, false);
     getPackRow(m_info.format)(m_tiles.data(), target, size_t(m_paddedWidth) * m_info.tileHeight);
 }
 
