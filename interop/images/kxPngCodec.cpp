@@ -198,6 +198,7 @@ bool kxPngCodec::decode(const uint8_t* bytes, size_t byteCount, kxImage& image, 
         else
         {
             const auto raw = kxMemoryBlock::create(rawBytes);
+            std::memset(raw->getWritableData(), 0, rawBytes); // pixels of less than a byte are put in bit by bit
             error = spng_decode_image(context.get(), raw->getWritableData(), rawBytes, SPNG_FMT_PNG, 0);
             const size_t rawStride = (size_t(head.width) * channelCount(head) * head.bit_depth + 7) / 8;
             const size_t stride = getTextureByteSize(layout.format, head.width, 1);
