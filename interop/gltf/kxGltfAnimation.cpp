@@ -66,7 +66,7 @@ std::string_view stringMember(const kxJsonValue& object, const char* key)
 }
 
 // What is wrong with the keys of a sampler; null when nothing is.
-const char* faultOf(const kxGltfAnimationSampler& sampler)
+const char* faultOf(const kxGltfAnimationSampler& sampler, kxStringRef path)
 {
     if (!sampler._input || !sampler._output)
         return "animation channels without keys are left out";
@@ -75,9 +75,14 @@ const char* faultOf(const kxGltfAnimationSampler& sampler)
     const int64_t keys = sampler._input->_count;
     const bool cubic = sampler._interpolation.view() == "CUBICSPLINE";
     const int64_t values = cubic ? keys * 3 : keys;
-    // A key of weights has one value for each morph target.
-    if (keys == 0 || sampler._output->_count < values || sampler._output->_count % values != 0)
+    // A key of weights has one value for each morph target, one of a pointer's property maybe as well.
+    const std::string_view what = path.view();
+    const uint32_t components = what == "translation" || what == "scale" ? 3 : what == "rotation" ? 4 : 0;
+    if (keys == 0 || sampler._output->_count < values || sampler._output->_count % values != 0 ||
+        (components && sampler._output->_count != values))
         return "animation channels with keys and values of different number are left out";
+    if (components && (sampler._output->_componentCount != components || sampler._output->_matrix))
+        return "animation channels with values of an impossible type are left out";
     if (cubic && keys < 2)
         return "animation channels with a spline of a single key are left out";
     return nullptr;
@@ -156,7 +161,8 @@ bool readAnimation(const kxJsonValue& json, uint32_t index, kxGltfAnimation& ani
         }
         auto channel = kxNew<kxGltfAnimationChannel>();
         channel->_sampler = animation._samplers->get(number);
-        if (const char* fault = faultOf(*channel->_sampler))
+        channel->_path = kxStringRef(stringMember(*target, "path"));
+        if (const char* fault = faultOf(*channel->_sampler, channel->_path))
         {
             faults.warn(fault, where);
             continue;
@@ -170,7 +176,6 @@ bool readAnimation(const kxJsonValue& json, uint32_t index, kxGltfAnimation& ani
                 continue;
             }
         }
-        channel->_path = kxStringRef(stringMember(*target, "path"));
         if (const kxJsonValue* pointer = pointerOf(*target))
         {
             kxGltfKind kind;
@@ -189,10 +194,20 @@ bool readAnimation(const kxJsonValue& json, uint32_t index, kxGltfAnimation& ani
     return true;
 }
 
+namespace
+{
+
+bool isUsable(const kxGltfAnimationChannel& channel)
+{
+    return channel._sampler && !faultOf(*channel._sampler, channel._path);
+}
+
+} // namespace
+
 bool hasValidChannels(const kxGltfAnimation& animation)
 {
     for (kxGltfAnimationChannel* channel : *animation._channels)
-        if (channel->_sampler && !faultOf(*channel->_sampler))
+        if (isUsable(*channel))
             return true;
     return false;
 }
@@ -209,7 +224,7 @@ void writeAnimation(kxJsonText& json, const kxGltfAnimation& animation, kxGltfCa
     json.beginArray();
     for (kxGltfAnimationSampler* sampler : *animation._samplers)
     {
-        if (faultOf(*sampler))
+        if (faultOf(*sampler, kxStringRef()))
             continue;
         numbers.emplace(sampler, static_cast<uint32_t>(numbers.size()));
         json.beginObject();
@@ -226,7 +241,7 @@ void writeAnimation(kxJsonText& json, const kxGltfAnimation& animation, kxGltfCa
     for (kxGltfAnimationChannel* channel : *animation._channels)
     {
         const auto sampler = numbers.find(channel->_sampler.get());
-        if (sampler == numbers.end())
+        if (sampler == numbers.end() || !isUsable(*channel))
             continue;
         kxGltfKind kind = kxGltfKind::COUNT;
         std::vector<uint32_t> targets;

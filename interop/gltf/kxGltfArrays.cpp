@@ -29,6 +29,10 @@ constexpr Type kTypes[] = {{"SCALAR", 1, false}, {"VEC2", 2, false}, {"VEC3", 3,
 // Largest count times stride stays below 2^63: counts are below 2^53 and elements below 2^8 bytes.
 constexpr uint64_t kMaxStride = 255;
 
+// A file may ask for this many bytes of memory for each of its own where it describes data without holding them: sparse
+// values, mostly. More than that is no scene but an attack.
+constexpr uint64_t kDensePerByte = 64;
+
 bool readOptionalCount(const kxJsonValue& object, const char* key, uint64_t& count)
 {
     const kxJsonValue* value = findMember(object, key);
@@ -40,7 +44,7 @@ bool readOptionalCount(const kxJsonValue& object, const char* key, uint64_t& cou
 bool kxGltfArrays::prepare()
 {
     const kxJsonValue& root = m_container.json.getRoot();
-    m_denseBudget = (uint64_t(64) << 20) + 64 * m_container.file->getSize();
+    m_denseBudget = (uint64_t(64) << 20) + kDensePerByte * m_container.file->getSize();
     const kxJsonValue* buffers = findMember(root, "buffers");
     const kxJsonValue* views = findMember(root, "bufferViews");
     const kxJsonValue* accessors = findMember(root, "accessors");
@@ -72,7 +76,6 @@ bool kxGltfArrays::prepareBuffers(const kxJsonValue& list)
         const kxJsonValue* bytes = findMember(list[i], "byteLength");
         if (!bytes || !readCount(*bytes, buffer.bytes))
             return m_faults.refuse("buffer %u has no valid byteLength", i);
-        m_denseBudget += 64 * std::min(buffer.bytes, uint64_t(1) << 40);
     }
     return true;
 }
@@ -240,27 +243,40 @@ bool kxGltfArrays::resolveBuffer(uint32_t index)
     if (buffer.data)
         return true;
     const kxJsonValue* uri = findMember(*buffer.json, "uri");
-    std::string fault, mediaType;
+    std::string fault, mediaType, name;
     if (uri && !uri->IsString())
         return m_faults.refuse("buffer %u has a uri that is no text", index);
-    if (!uri)
+    if (!uri && m_container.isBinary && index == 0 && m_container.binChunk)
     {
-        if (!m_container.isBinary || index != 0 || !m_container.binChunk)
-            return m_faults.refuse("buffer %u has no bytes: it names no file, and there is no binary chunk for it",
-                                   index);
         buffer.data = m_container.binChunk;
         if (buffer.data->getSize() > buffer.bytes + 3)
             m_faults.warn("binary chunk is longer than its buffer", kxFormat("buffer %u", index));
     }
+    else if (!uri)
+    {
+        // The format allows it: the bytes may be known to somebody else. Nobody is here.
+        if (!takeFromBudget(kxFormat("buffer %u", index), buffer.bytes))
+            return false;
+        buffer.data = kxMemoryBlock::create(buffer.bytes);
+        std::memset(buffer.data->getWritableData(), 0, buffer.bytes);
+        m_faults.warn("names no file, and there is no binary chunk for it; its bytes count as zero",
+                      kxFormat("buffer %u", index));
+        return true;
+    }
     else if (textOf(*uri).substr(0, 5) == "data:")
         buffer.data = decodeDataUri(textOf(*uri), mediaType, fault);
     else
+    {
+        name =
+            kxFormat(", \"%.*s\"", static_cast<int>(std::min<size_t>(uri->GetStringLength(), 200)), uri->GetString());
         buffer.data = readFile(textOf(*uri), kxFormat("buffer %u", index), fault);
+    }
     if (!buffer.data)
-        return m_faults.refuse("buffer %u cannot be read: %s", index, fault.c_str());
+        return m_faults.refuse("buffer %u%s: %s", index, name.c_str(), fault.c_str());
     if (buffer.data->getSize() < buffer.bytes)
         return m_faults.refuse("buffer %u has %zu bytes, the file says %llu", index, buffer.data->getSize(),
                                static_cast<Number>(buffer.bytes));
+    m_denseBudget += kDensePerByte * buffer.data->getSize();
     return true;
 }
 
@@ -291,10 +307,10 @@ kxSmartPointer<kxMemoryBlock> kxGltfArrays::getViewBytes(uint32_t view)
     return m_buffers[m_views[view].buffer].data->slice(m_views[view].offset, m_views[view].bytes);
 }
 
-bool kxGltfArrays::takeFromBudget(uint32_t index, uint64_t bytes)
+bool kxGltfArrays::takeFromBudget(const std::string& what, uint64_t bytes)
 {
     if (bytes > m_denseBudget)
-        return m_faults.refuse("accessor %u asks for %llu bytes that are not in the file", index,
+        return m_faults.refuse("%s asks for %llu bytes that are not in the file", what.c_str(),
                                static_cast<Number>(bytes));
     m_denseBudget -= bytes;
     return true;
@@ -365,7 +381,7 @@ bool kxGltfArrays::loadBlock(uint32_t index)
     }
 
     const uint64_t bytes = accessor.count * elementBytes;
-    if (!takeFromBudget(index, bytes))
+    if (!takeFromBudget(kxFormat("accessor %u", index), bytes))
         return false;
     accessor.block = kxMemoryBlock::create(bytes);
     uint8_t* target = accessor.block->getWritableData();

@@ -88,7 +88,7 @@ private:
     const uint8_t* bytesOf(uint32_t view);
     bool loadBlock(uint32_t index);
     bool applySparse(uint32_t index, uint32_t elementBytes, uint8_t* target);
-    bool takeFromBudget(uint32_t index, uint64_t bytes);
+    bool takeFromBudget(const std::string& what, uint64_t bytes);
 
     kxGltfContainer& m_container;
     const kxFileOptions& m_options;

@@ -252,6 +252,22 @@ void kxGltfCarriedReader::write(kxJsonText& json, const kxJsonValue& value, cons
     }
 }
 
+void kxGltfCarriedReader::warnOfIndices(std::string_view name, const kxJsonValue& extension)
+{
+    if (name.empty() || hasRules(name) || isWithoutIndices(name) || m_warned.count(name))
+        return;
+    bool integers = false;
+    auto visit = [&](const kxJsonValue& value) { integers = integers || value.IsInt64() || value.IsUint64(); };
+    visitAll(extension, visit);
+    if (!integers)
+        return;
+    m_warned.emplace(name);
+    const std::string kind =
+        kxFormat("extension %.*s is not known; it is carried as it is, and indices in it may no longer fit",
+                 static_cast<int>(name.size()), name.data());
+    m_faults.warn(kind.c_str(), "");
+}
+
 void kxGltfCarriedReader::finish()
 {
     for (const Pending& pending : m_pending)
@@ -269,19 +285,7 @@ void kxGltfCarriedReader::finish()
                                        [&](const kxJsonValue& index, kxGltfKind kind) { marks[&index] = kind; });
             json.key(name);
             write(json, extension, marks, *pending.userData);
-
-            if (name.empty() || hasRules(name) || isWithoutIndices(name) || m_warned.count(name))
-                return;
-            bool integers = false;
-            auto visit = [&](const kxJsonValue& value) { integers = integers || value.IsInt64() || value.IsUint64(); };
-            visitAll(extension, visit);
-            if (!integers)
-                return;
-            m_warned.emplace(name);
-            const std::string kind =
-                kxFormat("extension %.*s is not known; it is carried as it is, and indices in it may no longer fit",
-                         static_cast<int>(name.size()), name.data());
-            m_faults.warn(kind.c_str(), "");
+            warnOfIndices(name, extension);
         };
 
         kxJsonText unknown;

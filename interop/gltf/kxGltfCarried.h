@@ -40,6 +40,8 @@ public:
     /// Objects that extensions refer to, each once, in the order met.
     const std::vector<kxObject*>& getReferenced() const { return m_referenced; }
 
+    /// Warns, once for each name, of an extension that is carried as it is although it may hold indices.
+    void warnOfIndices(std::string_view name, const kxJsonValue& extension);
     /// True when an extension is known to hold references, or holds JSON pointers.
     static bool holdsReferences(std::string_view name, const kxJsonValue& extension);
 

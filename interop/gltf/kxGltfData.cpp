@@ -111,6 +111,8 @@ bool kxGltfData::makeSparse(Accessor& accessor)
 
 uint32_t kxGltfData::addArray(const kxVertexArray* array, Use use, bool needsBounds)
 {
+    if (!m_fault.empty() || !array->userCheckLoaded(m_fault))
+        return 0;
     needsBounds |= array->_hasBounds;
     const uint32_t elementBytes = array->getElementBytes();
     const Key key{array->_count ? array->getElement(0) : nullptr,

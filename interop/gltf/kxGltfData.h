@@ -29,7 +29,9 @@ public:
 
     /// Number of the accessor of an array; arrays with the same bytes and the same use share one. With `needsBounds` the
     /// smallest and largest values are written whether or not the array had them before.
+    /// An array whose values lie outside of its data is left out and makes `getFault` say so.
     uint32_t addArray(const kxVertexArray* array, Use use, bool needsBounds);
+    const std::string& getFault() const { return m_fault; }
     /// Number of the buffer view of an image's bytes.
     uint32_t addImage(kxMemoryBlock* bytes);
 
@@ -89,6 +91,7 @@ private:
     std::unordered_map<Key, uint32_t, KeyHash> m_byKey;
     std::unordered_map<const kxMemoryBlock*, uint32_t> m_images;
     uint64_t m_byteCount = 0;
+    std::string m_fault;
 };
 
 } // namespace Kel::Gltf

@@ -151,14 +151,25 @@ uint32_t kxGltfGraph::addMaterial(const kxAttrList& attrs)
 void kxGltfGraph::appendPrimitives(std::vector<Primitive>& primitives, const kxGeometry* geometry, uint32_t state)
 {
     const uint32_t material = materialOf(stateWith(state, geometry));
+    auto append = [&](const kxGeometryAttr* data)
+    {
+        if (!data)
+            return;
+        // The format has no primitives without vertices, nor empty lists of indices.
+        bool isEmpty = data->_arrays->isEmpty() || (data->_indices && data->_indices->_count == 0);
+        for (const kxVertexArray* array : *data->_arrays)
+            isEmpty |= !array || array->_count == 0;
+        if (isEmpty)
+            m_faults.warn("geometry without vertices is not written", geometry->getName().str());
+        else
+            primitives.push_back({geometry, data, material});
+    };
     for (const kxAttr* attr : *geometry->_attrs)
     {
-        if (const auto* data = kxCast<kxGeometryAttr>(attr))
-            primitives.push_back({geometry, data, material});
-        else if (const auto* set = kxCast<kxGeometrySetAttr>(attr))
+        append(kxCast<kxGeometryAttr>(attr));
+        if (const auto* set = kxCast<kxGeometrySetAttr>(attr))
             for (const kxGeometryAttr* data : *set->_geometryAttrs)
-                if (data)
-                    primitives.push_back({geometry, data, material});
+                append(data);
     }
     if (geometry->_variants)
         for (const kxMaterialVariant* variant : *geometry->_variants)

@@ -11,19 +11,18 @@ namespace
 struct ImageType
 {
     std::string_view mediaType;
-    std::string_view suffix;
     std::string_view extension;
     std::string_view magic; // at `magicAt`
     size_t magicAt;
 };
 
 constexpr ImageType kTypes[] = {
-    {"image/png", ".png", "", "\x89PNG\r\n\x1a\n", 0},
-    {"image/jpeg", ".jpg", "", "\xff\xd8\xff", 0},
-    {"image/webp", ".webp", "EXT_texture_webp", "WEBP", 8},
-    {"image/ktx2", ".ktx2", "KHR_texture_basisu", "\xabKTX 20\xbb\r\n\x1a\n", 0},
-    {"image/vnd-ms.dds", ".dds", "MSFT_texture_dds", "DDS ", 0},
-    {"image/avif", ".avif", "EXT_texture_avif", "ftypavif", 4},
+    {"image/png", "", "\x89PNG\r\n\x1a\n", 0},
+    {"image/jpeg", "", "\xff\xd8\xff", 0},
+    {"image/webp", "EXT_texture_webp", "WEBP", 8},
+    {"image/ktx2", "KHR_texture_basisu", "\xabKTX 20\xbb\r\n\x1a\n", 0},
+    {"image/vnd-ms.dds", "MSFT_texture_dds", "DDS ", 0},
+    {"image/avif", "EXT_texture_avif", "ftypavif", 4},
 };
 
 const ImageType* find(std::string_view mediaType)
@@ -49,12 +48,6 @@ std::string_view sourceExtensionOf(std::string_view mediaType)
 {
     const ImageType* type = find(mediaType);
     return type ? type->extension : std::string_view();
-}
-
-std::string_view fileSuffixOf(std::string_view mediaType)
-{
-    const ImageType* type = find(mediaType);
-    return type ? type->suffix : std::string_view();
 }
 
 } // namespace Kel::Gltf

@@ -16,7 +16,5 @@ constexpr std::string_view kImageSourceExtensions[] = {"EXT_texture_webp", "KHR_
 kxStringRef detectImageType(const uint8_t* bytes, size_t byteCount);
 /// Extension that a texture needs for an image of a media type; empty for types that every reader knows.
 std::string_view sourceExtensionOf(std::string_view mediaType);
-/// What the file names of a media type end in, such as ".png"; empty for an unknown type.
-std::string_view fileSuffixOf(std::string_view mediaType);
 
 } // namespace Kel::Gltf

@@ -28,41 +28,61 @@ kxGltfImages::kxGltfImages(kxGltfFaults& faults, kxGltfData& data, bool isBinary
 
 kxGltfImages::~kxGltfImages() = default;
 
+const kxImageFileForm& kxGltfImages::formOf(const kxImage& image)
+{
+    const auto [at, isNew] = m_forms.try_emplace(&image);
+    kxImageFileForm& form = at->second;
+    if (!isNew)
+        return form;
+    if (image._encoded)
+    {
+        form.bytes = image._encoded;
+        form.mimeType = image._mimeType;
+        if (form.mimeType.isEmpty())
+            form.mimeType = detectImageType(form.bytes->getData(), form.bytes->getSize());
+    }
+    else if (image._pixels && !kxImageCodec::encodeForFile(const_cast<kxImage&>(image), false, form))
+        m_faults.refuseReported();
+    return form;
+}
+
 bool kxGltfImages::writeSource(kxJsonText& json, const kxImage& image)
 {
-    const bool isFile = !image._uri.isEmpty() && image._uri.view().substr(0, 5) != "data:";
-    if (!image._encoded)
+    const kxImageFileForm& form = formOf(image);
+    if (m_faults.isRefused())
+        return false;
+    const bool hasFile = !image._uri.isEmpty();
+    if (!form.bytes)
     {
-        if (image._pixels)
-            return m_faults.refuse("image \"%s\" has pixels that nothing here can encode", image._name.c_str());
-        if (isFile)
+        if (hasFile)
             json.member("uri", image._uri.view());
         else
             m_faults.warn("image without bytes is written without a source", image._name.str());
     }
-    else if (isFile && !m_isBinary)
+    else if (hasFile && !m_isBinary)
     {
         std::string uri;
-        if (!placeFile(image, uri))
+        if (!placeFile(image, form, uri))
             return false;
         json.member("uri", uri);
     }
-    else if (!image._uri.isEmpty() && !m_isBinary)
+    else if (m_isInText && !m_isBinary)
     {
-        std::string uri = "data:" + image._mimeType.str() + ";base64,";
-        encodeBase64(image._encoded->getData(), image._encoded->getSize(), uri);
+        std::string uri = "data:" + form.mimeType.str() + ";base64,";
+        encodeBase64(form.bytes->getData(), form.bytes->getSize(), uri);
         json.member("uri", uri);
     }
     else
-        json.member("bufferView", uint64_t(m_data.addImage(image._encoded)));
-    if (!image._mimeType.isEmpty())
-        json.member("mimeType", image._mimeType.view());
+        json.member("bufferView", uint64_t(m_data.addImage(form.bytes)));
+    if (!form.mimeType.isEmpty())
+        json.member("mimeType", form.mimeType.view());
     return true;
 }
 
-bool kxGltfImages::placeFile(const kxImage& image, std::string& uri)
+bool kxGltfImages::placeFile(const kxImage& image, const kxImageFileForm& form, std::string& uri)
 {
     namespace fs = std::filesystem;
+    const kxMemoryBlock& bytes = *form.bytes;
     std::string path;
     uri = image._uri.str();
     // Files are written below the scene's folder only, wherever they came from.
@@ -73,12 +93,8 @@ bool kxGltfImages::placeFile(const kxImage& image, std::string& uri)
     if (dot == std::string::npos || dot <= nameAt)
         dot = path.size();
     std::string suffix = path.substr(dot);
-    // An image that has been encoded anew may be of another kind than its name says.
-    const std::string_view wanted = fileSuffixOf(image._mimeType.view());
-    const bool isJpeg = wanted == ".jpg" && (suffix == ".jpeg" || suffix == ".JPG" || suffix == ".JPEG");
-    const kxStringRef actual = detectImageType(image._encoded->getData(), image._encoded->getSize());
-    if (!wanted.empty() && suffix != wanted && !isJpeg && actual == image._mimeType && actual)
-        suffix = std::string(wanted);
+    if (!image._encoded)
+        suffix = kxFormat(".%s", form.extension.c_str()); // encoded anew, maybe as another kind of file
     const std::string stem = path.substr(0, dot);
 
     for (unsigned attempt = 0;; ++attempt)
@@ -87,7 +103,7 @@ bool kxGltfImages::placeFile(const kxImage& image, std::string& uri)
         const auto taken = m_taken.find(candidate);
         if (taken != m_taken.end())
         {
-            if (!isSame(*image._encoded, taken->second->getData(), taken->second->getSize()))
+            if (!isSame(bytes, taken->second->getData(), taken->second->getSize()))
                 continue;
             uri = encodePercent(candidate);
             return true;
@@ -98,7 +114,7 @@ bool kxGltfImages::placeFile(const kxImage& image, std::string& uri)
         if (fs::exists(target, systemError))
         {
             const auto existing = kxMappedFile::open(target.c_str(), &fault);
-            if (!existing || !isSame(*image._encoded, existing->getData(), existing->getSize()))
+            if (!existing || !isSame(bytes, existing->getData(), existing->getSize()))
             {
                 m_faults.warn("image file exists with other content; the image is written under another name",
                               candidate);
@@ -110,10 +126,10 @@ bool kxGltfImages::placeFile(const kxImage& image, std::string& uri)
             if (nameAt > 0)
                 fs::create_directories(m_folder + path.substr(0, nameAt), systemError);
             auto& file = m_files.emplace_back(std::make_unique<kxAtomicFile>());
-            if (!file->open(target.c_str()) || !file->write(image._encoded->getData(), image._encoded->getSize()))
+            if (!file->open(target.c_str()) || !file->write(bytes.getData(), bytes.getSize()))
                 return m_faults.refuseReported();
         }
-        m_taken.emplace(candidate, image._encoded.get());
+        m_taken.emplace(candidate, form.bytes.get());
         // The URI stays as the file had it while it says the same.
         if (decodePercent(uri) != candidate)
             uri = encodePercent(candidate);

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "interop/gltf/kxGltfData.h"
-#include "platform/gfx/kxImage.h"
+#include "platform/gfx/kxImageCodec.h"
 
 #include <map>
 #include <memory>
@@ -25,18 +25,25 @@ public:
     kxGltfImages(kxGltfFaults& faults, kxGltfData& data, bool isBinary);
     ~kxGltfImages();
 
+    /// Images without files of their own go into the text of a text file.
+    void setInText(bool inText) { m_isInText = inText; }
+    /// Bytes of an image and their media type: those that it came with, or new ones when its pixels were changed. Without
+    /// bytes when it has none; the file is refused when they cannot be made.
+    const kxImageFileForm& formOf(const kxImage& image);
     /// Writes the members "uri" or "bufferView", and "mimeType". False when the scene cannot be written.
     bool writeSource(kxJsonText& json, const kxImage& image);
     /// Puts the image files in their places.
     bool commit();
 
 private:
-    bool placeFile(const kxImage& image, std::string& uri);
+    bool placeFile(const kxImage& image, const kxImageFileForm& form, std::string& uri);
 
     kxGltfFaults& m_faults;
     kxGltfData& m_data;
     bool m_isBinary;
+    bool m_isInText = false;
     std::string m_folder;
+    std::unordered_map<const kxImage*, kxImageFileForm> m_forms;
     std::vector<std::unique_ptr<kxAtomicFile>> m_files;
     std::map<std::string, const kxMemoryBlock*> m_taken; // path below the folder, and what it holds
 };

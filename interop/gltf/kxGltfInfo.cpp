@@ -11,6 +11,8 @@ void kxGltfInfo::listFields(kxFields<kxGltfInfo>& fields)
     fields.add(&kxGltfInfo::_defaultScene, "_defaultScene", "scene to show first, null when the file names none");
     fields.add(&kxGltfInfo::_impliedScene, "_impliedScene",
                "the file has no scenes; the one scene of the graph is all its nodes");
+    fields.add(&kxGltfInfo::_imagesInText, "_imagesInText",
+               "images without files of their own stand in the text of the file, not in its binary part");
     fields.add(&kxGltfInfo::_extensionsUsed, "_extensionsUsed", "extensions that the file says it uses");
     fields.add(&kxGltfInfo::_extensionsRequired, "_extensionsRequired",
                "extensions that the file says a reader must know");

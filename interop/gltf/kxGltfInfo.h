@@ -23,6 +23,7 @@ class kxGltfInfo : public kxInfo
     kxStringRef _asset;
     kxSmartPointer<kxSceneInfo> _defaultScene;
     bool _impliedScene = false;
+    bool _imagesInText = false;
     kxSmartPointer<kxStringRefList> _extensionsUsed = kxNew<kxStringRefList>();
     kxSmartPointer<kxStringRefList> _extensionsRequired = kxNew<kxStringRefList>();
     kxSmartPointer<kxNodeList> _unusedNodes = kxNew<kxNodeList>();

@@ -42,6 +42,7 @@ private:
     {
         kxSmartPointer<kxMesh> mesh;
         bool used = false;
+        size_t targetCount = 0; // morph targets
         int64_t lastJoint = -2; // largest joint that a vertex follows, -1 none, -2 not known
     };
     template <class T>
@@ -94,6 +95,8 @@ private:
     void takeTargetNames(kxMesh& mesh, const kxJsonValue& json, size_t targetCount);
     void appendMaterial(kxAttrList& attrs, uint32_t index);
     int64_t lastJointOf(Mesh& mesh);
+    template <class Visit>
+    static void forEachGeometry(const kxMesh& mesh, Visit visit);
 
     // kxGltfReaderNodes.cpp
     bool readCameras();

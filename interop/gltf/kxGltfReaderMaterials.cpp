@@ -73,7 +73,7 @@ void kxGltfReader::readImageSource(kxImage& image, const kxJsonValue& json, cons
     if (uri && uri->IsString() && textOf(*uri).substr(0, 5) == "data:")
     {
         std::string mediaType;
-        image._uri = "data:";
+        m_info->_imagesInText = true;
         image._encoded = decodeDataUri(textOf(*uri), mediaType, fault);
         if (!mediaType.empty() && image._mimeType.isEmpty())
             image._mimeType = kxStringRef(mediaType);
@@ -254,6 +254,10 @@ void kxGltfReader::readMaterialExtension(Material& material, const std::string& 
 {
     kxJsonText text;
     writeWithoutTextures(text, json, name, material, where);
+    kxJsonDocument rest; // textures are followed, so what is left decides
+    std::string fault;
+    if (rest.parseCopy(text.str(), fault))
+        m_carried.warnOfIndices(name, rest.getRoot());
     material.attr->_extensionNames->append(kxStringRef(name));
     material.attr->_extensionProperties->append(kxStringRef(text.str()));
 }

@@ -95,7 +95,7 @@ bool kxGltfReader::readMesh(Mesh& record, const kxJsonValue& json, uint32_t inde
     }
     if (!primitives->IsArray())
         return m_faults.refuse("primitives of mesh %u are not an array", index);
-    size_t targetCount = 0;
+    size_t& targetCount = record.targetCount;
     for (uint32_t i = 0; i < primitives->Size(); ++i)
     {
         const kxJsonValue& primitive = (*primitives)[i];
@@ -118,6 +118,19 @@ bool kxGltfReader::readMesh(Mesh& record, const kxJsonValue& json, uint32_t inde
     return true;
 }
 
+// Calls back for the vertex data of a mesh as `readPrimitive` builds it.
+template <class Visit>
+void kxGltfReader::forEachGeometry(const kxMesh& mesh, Visit visit)
+{
+    for (const kxNode* child : *mesh._childList)
+    {
+        const auto* geometry = kxCast<kxGeometry>(child);
+        if (!geometry)
+            geometry = kxCast<kxGeometry>(static_cast<const kxGroup*>(child)->getChild(0u));
+        visit(*geometry->getGeometryAttr());
+    }
+}
+
 // Names of morph targets stand in the extras by custom; they become fields, and the rest stays.
 void kxGltfReader::takeTargetNames(kxMesh& mesh, const kxJsonValue& json, size_t targetCount)
 {
@@ -128,6 +141,12 @@ void kxGltfReader::takeTargetNames(kxMesh& mesh, const kxJsonValue& json, size_t
         return;
     for (auto at = names->Begin(); at != names->End(); ++at)
         mesh._targetNames->append(kxStringRef(textOf(*at)));
+    forEachGeometry(mesh,
+                    [&](const kxGeometryAttr& data)
+                    {
+                        for (uint32_t i = 0; i < data._morphTargets->getCount(); ++i)
+                            data._morphTargets->get(i)->_name = mesh._targetNames->get(i);
+                    });
     kxJsonText rest;
     rest.beginObject();
     for (auto at = extras->MemberBegin(); at != extras->MemberEnd(); ++at)
@@ -138,7 +157,16 @@ void kxGltfReader::takeTargetNames(kxMesh& mesh, const kxJsonValue& json, size_t
         }
     rest.endObject();
     mesh._userData->_extras = extras->MemberCount() == 1 ? kxStringRef() : kxStringRef(rest.str());
-    if (mesh._userData->_extras.isNull() && !findMember(json, "extensions"))
+    // Nothing else is carried when all other members are known.
+    const bool carriesMore =
+        std::any_of(json.MemberBegin(), json.MemberEnd(),
+                    [](const auto& member)
+                    {
+                        const std::string_view key = textOf(member.name);
+                        return key != "extras" && std::find(std::begin(kMeshMembers), std::end(kMeshMembers), key) ==
+                                                      std::end(kMeshMembers);
+                    });
+    if (mesh._userData->_extras.isNull() && !carriesMore)
         mesh._userData = nullptr;
 }
 
@@ -325,33 +353,24 @@ int64_t kxGltfReader::lastJointOf(Mesh& record)
     if (record.lastJoint != -2)
         return record.lastJoint;
     record.lastJoint = -1;
-    auto look = [&](const kxGeometry* geometry)
-    {
-        const kxGeometryAttr* data = geometry ? geometry->getGeometryAttr() : nullptr;
-        if (!data)
-            return;
-        for (const kxVertexArray* joints : *data->_arrays)
-        {
-            if (joints->_semantic.view().substr(0, 7) != "JOINTS_")
-                continue;
-            const std::string weightsName = "WEIGHTS_" + joints->_semantic.str().substr(7);
-            const kxVertexArray* weights = data->getArray(kxStringRef(weightsName));
-            for (int64_t i = 0; i < joints->_count; ++i)
-                for (uint32_t c = 0; c < 4; ++c)
-                {
-                    const auto joint = static_cast<int64_t>(joints->getComponent(i, c));
-                    if (joint > record.lastJoint && (!weights || weights->getComponent(i, c) != 0))
-                        record.lastJoint = joint;
-                }
-        }
-    };
-    for (kxNode* child : *record.mesh->_childList)
-    {
-        look(kxCast<kxGeometry>(child));
-        if (const auto* set = kxCast<kxAttrSet>(child); set && !kxCast<kxGeometry>(child))
-            for (kxNode* inner : *set->_childList)
-                look(kxCast<kxGeometry>(inner));
-    }
+    forEachGeometry(*record.mesh,
+                    [&](const kxGeometryAttr& data)
+                    {
+                        for (const kxVertexArray* joints : *data._arrays)
+                        {
+                            if (joints->_semantic.view().substr(0, 7) != "JOINTS_")
+                                continue;
+                            const kxVertexArray* weights =
+                                data.getArray(kxFormat("WEIGHTS_%s", joints->_semantic.c_str() + 7));
+                            for (int64_t i = 0; i < joints->_count; ++i)
+                                for (uint32_t c = 0; c < 4; ++c)
+                                {
+                                    const auto joint = static_cast<int64_t>(joints->getComponent(i, c));
+                                    if (joint > record.lastJoint && (!weights || weights->getComponent(i, c) != 0))
+                                        record.lastJoint = joint;
+                                }
+                        }
+                    });
     return record.lastJoint;
 }
 

@@ -308,6 +308,8 @@ bool kxGltfReader::readNode(const kxJsonValue& json, uint32_t index)
     light = extensions ? findMember(*extensions, "KHR_lights_punctual") : nullptr;
     if (light)
         warnOthers(*light, {"light"}, where + ", KHR_lights_punctual");
+    if (light && !findMember(*light, "light"))
+        m_faults.warn("light that does not exist is left out", where);
     if (light && readReference(*light, "light", m_lights.size(), "light", where, number))
     {
         auto set = kxNew<kxLightSet>();
@@ -357,8 +359,8 @@ void kxGltfReader::attachMesh(kxGroup& node, const kxJsonValue& json, const std:
     if (const kxJsonValue* weights = findMember(json, "weights"))
     {
         std::vector<float> values(weights->IsArray() ? weights->Size() : 0);
-        if (values.empty() || !readFloats(*weights, values.data(), values.size()))
-            m_faults.warn("weights that are no list of numbers are left out", where);
+        if (values.size() != mesh.targetCount || !readFloats(*weights, values.data(), values.size()))
+            m_faults.warn("weights that do not fit the morph targets are left out", where);
         else
         {
             auto morph = kxNew<kxMorphInstance>();

@@ -112,7 +112,10 @@ bool kxGltfWriter::collectInfo(const kxInfo* info, kxStringRef name)
     {
         // Of several files put together the first says what is said as a whole.
         if (!m_info)
+        {
             m_info = gltf;
+            m_images.setInText(gltf->_imagesInText);
+        }
         addReferences(gltf->_userData);
     }
     else if (const auto* database = kxCast<kxAnimationDatabase>(info))

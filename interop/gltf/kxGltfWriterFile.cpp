@@ -41,7 +41,7 @@ bool kxGltfWriter::writeJson()
     writeBuffers();
     writeExtensionLists();
     m_json.endObject();
-    return !m_faults.isRefused();
+    return m_data.getFault().empty() || m_faults.refuse("cannot be written: %s", m_data.getFault().c_str());
 }
 
 void kxGltfWriter::writeAsset()

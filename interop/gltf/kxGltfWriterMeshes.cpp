@@ -355,21 +355,23 @@ void kxGltfWriter::writeTextures()
         if (texture->_hasSampler)
             m_json.member("sampler", uint64_t(m_samplerOf[texture]));
         kxGltfCarriedWriter::Own own;
+        bool hasSource = false;
         for (uint32_t i = 0; i < texture->_imageList->getCount(); ++i)
         {
             const kxImage* image = texture->_imageList->get(i);
             if (!image)
                 continue;
-            std::string extension;
+            kxStringRef extension;
             if (i < texture->_imageExtensions->getCount())
-                extension = texture->_imageExtensions->get(i).str();
-            // An image of a kind that not every reader knows needs its extension, wherever it stands.
-            if (extension.empty() && image->_encoded)
-                extension = sourceExtensionOf(image->_mimeType.view());
-            if (extension.empty())
+                extension = texture->_imageExtensions->get(i);
+            // An image of a kind that not every reader knows needs its extension, wherever it stands; one that was encoded
+            // anew may have become of a kind that needs none.
+            if (extension.isEmpty() || !image->_encoded)
+                extension = kxStringRef(sourceExtensionOf(m_images.formOf(*image).mimeType.view()));
+            if (extension.isEmpty() && !std::exchange(hasSource, true))
                 m_json.member("source", uint64_t(m_imageList[image]));
-            else
-                own.extensions.emplace_back(extension, "{\"source\":" + std::to_string(m_imageList[image]) + "}");
+            else if (!extension.isEmpty())
+                own.extensions.emplace_back(extension.str(), kxFormat("{\"source\":%u}", m_imageList[image]));
         }
         m_carried.write(m_json, texture->_userData, own);
         m_json.endObject();
