@@ -527,7 +527,7 @@ class Picture:
         if name == "KHR_lights_punctual":
             if "light" in value:
                 return {**value, "light": self.light(value["light"])}
-            return value
+            return {**value, "lights": [self.light(light) for light in range(len(value.get("lights", [])))]}
         if name == "KHR_materials_variants" and "mappings" in value:
             names = [v.get("name") for v in self.file.extension(name).get("variants", [])]
             return {**value, "mappings": [{**mapping, "material": self.identity("materials", mapping["material"]),
