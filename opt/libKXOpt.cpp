@@ -4,6 +4,7 @@
 #include "opt/framework/kxLogInterface.h"
 #include "opt/framework/kxManager.h"
 #include "opt/framework/kxOptManager.h"
+#include "opt/image/kxImageClasses.h"
 #include "opt/items/kxItemInterface.h"
 #include "opt/iterate/kxIterateDerived.h"
 #include "opt/iterate/kxIterateField.h"
@@ -56,6 +57,8 @@ void libKXOpt_arkRegister()
     kxRegisterClass<kxAllNodeStatistics>("kxAllNodeStatistics", "statistics of all node types");
     kxRegisterClass<kxAllAttrStatistics>("kxAllAttrStatistics", "statistics of all attribute types");
     kxRegisterClass<kxStatistics>("kxStatistics", "prints what the scene holds, by type, with use and depth");
+
+    registerImageClasses();
 
     // Last: it loads the plug-ins, whose classes may derive from any of the above.
     kxRegisterClass<kxOptManager>("kxOptManager", "runs an optimization script");
