@@ -334,6 +334,7 @@ void Printer::printMain(const kxObject* object, const kxTextClass& textClass)
     const void* value = textClass.main->getAddress(object);
     if (textClass.main->isValueAlike(value, textClass.main->getAddress(static_cast<const kxObject*>(textClass.fresh))))
         return;
+    const size_t start = m_text.size();
     m_text += '<';
     const auto* reference =
         textClass.main->getKind() == kxFieldKind::OBJECT ? static_cast<const kxObjectField*>(textClass.main) : nullptr;
@@ -341,7 +342,10 @@ void Printer::printMain(const kxObject* object, const kxTextClass& textClass)
         writeValues(*list, ' ');
     else
         printValue(*textClass.main, value);
-    m_text += '>';
+    if (m_text[start + 1] == '<')
+        m_text.erase(start, 1); // a summary has brackets of its own
+    else
+        m_text += '>';
 }
 
 // True when the data are printed as a word, which for data met before is all of them.

@@ -1,0 +1,11 @@
+// The start of every test program that links the support library.
+#include "opt/libKXOpt.h"
+
+#include <gtest/gtest.h>
+
+int main(int argc, char** argv)
+{
+    testing::InitGoogleTest(&argc, argv);
+    Kel::libKXOpt_arkRegister();
+    return RUN_ALL_TESTS();
+}
