@@ -1,6 +1,7 @@
 #include "opt/image/kxResizeImage.h"
 
 #include "platform/attrs/kxTextureBindAttr.h"
+#include "platform/sg/kxAttrSet.h"
 #include "tests/opt/image/kxImageTestTools.h"
 
 #include <gtest/gtest.h>
@@ -320,6 +321,46 @@ TEST_F(kxResizeImageTest, SharedImagesAreResizedOnceAndMipmappedOnesWhenAsked)
     resize->visitor(textures[0]);
     EXPECT_EQ(image->getWidth(), 2u);
     resize->visitor(kxNew<kxTextureAttr>());
+}
+
+TEST_F(kxResizeImageTest, TheUseInTheSceneDecidesHowAnImageIsAveraged)
+{
+    // Black and white, half and half: as light the mean is coded as 188, as numbers it is 128.
+    const struct
+    {
+        std::vector<const char*> slots;
+        int wanted;
+    } cases[] = {
+        {{"baseColorTexture"}, 188},
+        {{"emissiveTexture"}, 188},
+        {{"KHR_materials_sheen/sheenColorTexture"}, 188},
+        {{"metallicRoughnessTexture"}, 128},
+        {{"baseColorTexture", "occlusionTexture"}, 128},
+        {{}, 128},
+    };
+    for (const auto& c : cases)
+    {
+        auto image = makeTestImage(rgb_888_24, 8, 8, {0, 0, 0, 255, 255, 255});
+        auto set = kxNew<kxAttrSet>();
+        auto texture = kxNew<kxTextureAttr>();
+        texture->_imageList->append(image);
+        for (const char* slot : c.slots)
+        {
+            auto bind = kxNew<kxTextureBindAttr>();
+            bind->_slot = slot;
+            bind->_unit = kxTextureBindAttr::unitOfSlot(slot);
+            bind->setTexture(texture);
+            set->appendAttr(bind);
+        }
+        if (c.slots.empty())
+            set->appendAttr(texture);
+        auto resize = kxNew<kxResizeImage>();
+        resize->setFilterType(BOX);
+        kxSmartPointer<kxNode> root(set);
+        ASSERT_TRUE(resize->apply(root));
+        ASSERT_EQ(image->getWidth(), 4u);
+        EXPECT_NEAR(image->getPixels()[0], c.wanted, 1) << (c.slots.empty() ? "none" : c.slots[0]);
+    }
 }
 
 TEST_F(kxResizeImageTest, TheLegacyFactorSetsBothWhenAboveZero)
