@@ -7,6 +7,8 @@
 #include "opt/tracking/kxLockInterface.h"
 #include "opt/tracking/kxMessageInterface.h"
 
+#include <algorithm>
+
 namespace Kel::Opt
 {
 
@@ -17,10 +19,8 @@ kxManager::kxManager() = default;
 
 kxManager::~kxManager()
 {
-    kxInterfaced* services[] = {_optInterface, _itemInterface, _listenerInterface, _messageInterface, _lockInterface};
-    for (kxInterfaced* service : services)
-        if (service)
-            service->dropInterfaces();
+    for (kxInterfaced* service : m_wired)
+        service->dropInterfaces();
 }
 
 void kxManager::setup(kxInterfaced* target)
@@ -32,7 +32,13 @@ void kxManager::setupServices()
 {
     kxInterfaced* services[] = {_optInterface, _itemInterface, _listenerInterface, _messageInterface, _lockInterface};
     for (kxInterfaced* service : services)
+    {
+        if (!service)
+            continue;
         setup(service);
+        if (std::find(m_wired.begin(), m_wired.end(), service) == m_wired.end())
+            m_wired.emplace_back(service);
+    }
 }
 
 kxDefaultManager::kxDefaultManager() : kxDefaultManager(kxNew<kxOptInterface>()) {}

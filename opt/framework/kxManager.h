@@ -3,6 +3,8 @@
 
 #include "opt/framework/kxInterfaced.h"
 
+#include <vector>
+
 namespace Kel::Opt
 {
 
@@ -21,6 +23,9 @@ class kxManager : public kxInterfaced
 
 protected:
     ~kxManager() override;
+
+private:
+    std::vector<kxSmartPointer<kxInterfaced>> m_wired; // services, replaced ones too
 };
 
 /// Manager with the library's own services.
