@@ -157,17 +157,34 @@ void kxOptBase::count(const char* what, int64_t number)
     m_counters.push_back({what, number});
 }
 
-void kxOptBase::refuse(const char* reason, const kxObject* object)
+kxOptBase::Refusal& kxOptBase::refusalOf(const std::string& reason)
 {
-    Refusal* refusal = nullptr;
     for (Refusal& known : m_refusals)
         if (known.reason == reason)
-            refusal = &known;
-    if (!refusal)
-        refusal = &m_refusals.emplace_back(Refusal{reason, 0, {}});
-    ++refusal->count;
-    if (object && refusal->examples.size() < kMaxExamples)
-        refusal->examples.push_back(describe(object));
+            return known;
+    return m_refusals.emplace_back(Refusal{reason, 0, {}});
+}
+
+void kxOptBase::refuse(const char* reason, const kxObject* object)
+{
+    Refusal& refusal = refusalOf(reason);
+    ++refusal.count;
+    if (object && refusal.examples.size() < kMaxExamples)
+        refusal.examples.push_back(describe(object));
+}
+
+void kxOptBase::addReport(const kxOptBase& other)
+{
+    for (const Counter& counter : other.m_counters)
+        count(counter.name.c_str(), counter.value);
+    for (const Refusal& part : other.m_refusals)
+    {
+        Refusal& refusal = refusalOf(part.reason);
+        refusal.count += part.count;
+        for (const std::string& example : part.examples)
+            if (refusal.examples.size() < kMaxExamples)
+                refusal.examples.push_back(example);
+    }
 }
 
 bool defaultApplySceneInfo(kxSceneInfo* info, kxOptBase* optimization)

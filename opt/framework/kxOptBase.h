@@ -80,6 +80,8 @@ class kxOptBase : public kxBase
     void count(const char* what, int64_t number = 1);
     /// Notes that an object was left alone: `refuse("locked", object)`. `object` may be null.
     void refuse(const char* reason, const kxObject* object);
+    /// Adds what another optimization, which did a part of the work, has counted and refused.
+    void addReport(const kxOptBase& other);
     const std::vector<Counter>& getCounters() const { return m_counters; }
     const std::vector<Refusal>& getRefusals() const { return m_refusals; }
 
@@ -88,6 +90,7 @@ protected:
 
 private:
     bool hasSegmentOrDynamic(kxNode* root);
+    Refusal& refusalOf(const std::string& reason);
 
     std::vector<Counter> m_counters;
     std::vector<Refusal> m_refusals;

@@ -216,4 +216,23 @@ bool kxOptInterface::infoIsDisabled(kxInfo* info) const
     return _disabledInfos->contains(info);
 }
 
+kxObject* kxOptInterface::getRunData(kxStringRef key) const
+{
+    for (const auto& [known, object] : m_runData)
+        if (known == key)
+            return object;
+    return nullptr;
+}
+
+void kxOptInterface::setRunData(kxStringRef key, kxObject* object)
+{
+    for (auto& [known, value] : m_runData)
+        if (known == key)
+        {
+            value = object;
+            return;
+        }
+    m_runData.emplace_back(key, object);
+}
+
 } // namespace Kel::Opt

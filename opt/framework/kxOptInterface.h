@@ -75,6 +75,14 @@ class kxOptInterface : public kxInterfaced
     void enableInfo(kxInfo* info);
     bool infoIsDisabled(kxInfo* info) const;
 
+    // What steps of one run leave for later ones.
+
+    /// Object that was left under a key since the run began; null when there is none.
+    kxObject* getRunData(kxStringRef key) const;
+    void setRunData(kxStringRef key, kxObject* object);
+    /// Called by the driver when a run begins.
+    void forgetRunData() { m_runData.clear(); }
+
     /// Infos of the loaded file, in order; null when nothing was loaded.
     kxInfoList* getInfos() const { return _file ? _file->_infoList.get() : nullptr; }
 
@@ -83,6 +91,7 @@ protected:
 
 private:
     kxSmartPointer<kxFileOptions> m_fileOptions;
+    std::vector<std::pair<kxStringRef, kxSmartPointer<kxObject>>> m_runData;
 };
 
 } // namespace Kel::Opt

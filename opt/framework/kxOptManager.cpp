@@ -95,6 +95,8 @@ bool kxOptManager::apply(kxInfo* info)
     if (_stats)
         setupInterfaced(_statistics);
 
+    if (_optInterface)
+        _optInterface->forgetRunData();
     const kxRun run{*this, info, stepCount};
     for (kxRunObserver* observer : m_observers)
         observer->beforeRun(run);
