@@ -1,0 +1,490 @@
+// Collecting what a graph draws.
+//
+// One walk, path by path. The attributes in effect are a small table by type and unit, undone on the way back; their
+// hash is a sum over the table's entries, so that setting one costs the same however many there are.
+#include "opt/verify/kxDrawList.h"
+
+#include "platform/attrs/kxGeometrySetAttr.h"
+#include "platform/attrs/kxParticleAttr.h"
+#include "platform/attrs/kxTextureBindAttr.h"
+#include "platform/sg/kxActor.h"
+#include "platform/sg/kxBillboard.h"
+#include "platform/sg/kxCamera.h"
+#include "platform/sg/kxGeometry.h"
+#include "platform/sg/kxInstanceArray.h"
+#include "platform/sg/kxJoint.h"
+#include "platform/sg/kxLightSet.h"
+#include "platform/sg/kxLightStateSet.h"
+#include "platform/sg/kxLod.h"
+#include "platform/sg/kxMesh.h"
+#include "platform/sg/kxModelViewMatrixBoneSelect.h"
+#include "platform/sg/kxOverrideAttrSet.h"
+#include "platform/sg/kxShader.h"
+#include "platform/sg/kxTimeTransform.h"
+
+#include <algorithm>
+#include <tuple>
+
+namespace Kel::Opt
+{
+
+using namespace Kel::Attrs;
+
+namespace
+{
+
+constexpr uint32_t kNoStep = UINT32_MAX;
+
+// Steps of a path that are shown at its beginning and at its end.
+constexpr size_t kShownFirst = 4;
+constexpr size_t kShownLast = 12;
+
+// What is drawn itself, rather than how.
+bool isDrawn(const kxAttr* attr)
+{
+    return attr->isOfType(kxGeometryAttr::staticMetaObject()) ||
+           attr->isOfType(kxGeometrySetAttr::staticMetaObject()) || attr->isOfType(kxParticleAttr::staticMetaObject());
+}
+
+// Things that turn, repeat or choose what is below them as their place says: a matrix above one is not the same as a
+// matrix below it, though the product is.
+bool isPlaceSeen(const kxNode* node)
+{
+    return node->isOfType(kxLod::staticMetaObject()) || node->isOfType(kxBillboard::staticMetaObject()) ||
+           node->isOfType(kxInstanceArray::staticMetaObject()) ||
+           node->isOfType(kxModelViewMatrixBoneSelect::staticMetaObject());
+}
+
+bool isDriven(const kxNode* node)
+{
+    return node->isAnimated() || node->isDynamic() || node->isOfType(kxJoint::staticMetaObject()) ||
+           node->isOfType(kxTimeTransform::staticMetaObject());
+}
+
+void storeMatrix(const kxMatrix44d& matrix, std::array<float, 12>& numbers)
+{
+    for (int row = 0; row < 4; ++row)
+        for (int column = 0; column < 3; ++column)
+            numbers[static_cast<size_t>(row * 3 + column)] = static_cast<float>(matrix[row][column]);
+}
+
+} // namespace
+
+/// One walk over all paths of a graph.
+class kxDrawList::Walk
+{
+public:
+    Walk(kxDrawList& list, uint32_t parentStep, uint64_t conditions)
+        : m_list(list), m_parentStep(parentStep), m_conditions(conditions)
+    {
+    }
+
+    void run(kxNode* root)
+    {
+        if (root)
+            enter(root, 0);
+        while (!m_path.empty())
+        {
+            Step& step = m_path.back();
+            if (step.nextChild < step.childCount)
+            {
+                const uint32_t index = step.nextChild++;
+                if (kxNode* child = static_cast<const kxGroup*>(step.node)->getChild(index))
+                    if (!enter(child, index))
+                        return;
+            }
+            else if (step.pass + 1 < step.passCount)
+                enterPass(step, step.pass + 1);
+            else
+                leave();
+        }
+    }
+
+private:
+    struct Setting
+    {
+        const kxMetaObject* type;
+        uint64_t unit;
+        bool overrides; // set by a set whose attributes none below can replace
+        const kxAttr* attr;
+        kxLook look;
+    };
+    struct Undo
+    {
+        size_t place; // in the table
+        bool added;   // the entry was new
+        Setting old;
+    };
+    struct Step
+    {
+        kxNode* node;
+        uint32_t nextChild = 0;
+        uint32_t childCount = 0;
+        uint32_t pass = 0;
+        uint32_t passCount = 0;
+        size_t undoCount;       // before the node set attributes
+        size_t matrixCount;     // on the stack, this node's included
+        bool indexed = false;   // the positions of the children mean something
+        bool skinned = false;   // a skin places what is below
+        bool placeSeen = false; // the node is one of `m_places`
+        uint64_t conditions;    // of what is below
+        uint32_t pathStep;
+    };
+
+    // False when the walk has followed as many paths as it may.
+    bool enter(kxNode* node, uint32_t index)
+    {
+        if (m_list.m_steps.size() >= kMaxPaths)
+        {
+            m_list.m_complete = false;
+            return false;
+        }
+        Step step{};
+        step.node = node;
+        step.undoCount = m_undo.size();
+        step.matrixCount = m_matrices.size();
+        step.conditions = m_conditions;
+        uint32_t parentStep = m_parentStep;
+        if (!m_path.empty())
+        {
+            const Step& parent = m_path.back();
+            parentStep = parent.pathStep;
+            step.skinned = parent.skinned;
+            step.conditions = parent.conditions;
+            if (parent.passCount > 1)
+                step.conditions = combineHash(step.conditions, parent.pass);
+            if (parent.indexed)
+                step.conditions = combineHash(step.conditions, index);
+        }
+        step.pathStep =
+            m_list.addStep(parentStep, node->getName().isEmpty() ? node->getMetaObject()->getName() : node->getName());
+        m_path.push_back(step);
+
+        if (const auto* camera = kxCast<kxCamera>(node))
+            add(CAMERA, m_list.m_hash.hashDrawing(camera));
+        if (const auto* group = kxCast<kxGroup>(node))
+            enterGroup(group);
+        if (isDriven(node))
+            addDriven(node);
+        return true;
+    }
+
+    void enterGroup(const kxGroup* group)
+    {
+        Step& step = m_path.back();
+        step.childCount = group->getChildCount();
+        step.indexed = group->isChildOrderSignificant() != 0 && !group->isOfType(kxMesh::staticMetaObject());
+        if (isPlaceSeen(group))
+        {
+            step.placeSeen = true;
+            m_places.push_back(m_path.size() - 1);
+        }
+        if (const uint64_t hash = m_list.m_hash.hashDrawing(group).value)
+            step.conditions = combineHash(step.conditions, hash);
+
+        if (const auto* transform = kxCast<kxTransform>(group))
+        {
+            const kxMatrix44d matrix = kxMatrix44d(transform->getMatrix()) * top();
+            m_matrices.push_back(matrix);
+            ++step.matrixCount;
+        }
+        else if (const auto* set = kxCast<kxAttrSet>(group))
+        {
+            applyList(set->getAttrs(), set->isOfType(kxOverrideAttrSet::staticMetaObject()));
+            if (const auto* geometry = kxCast<kxGeometry>(group))
+                addGeometry(geometry);
+        }
+        else if (const auto* shader = kxCast<kxShader>(group))
+        {
+            step.passCount = shader->getPassCount();
+            if (step.passCount > 0)
+                enterPass(step, 0);
+        }
+        else if (const auto* lights = kxCast<kxLightSet>(group))
+        {
+            for (const kxLightAttr* light : *lights->getLightAttrs())
+                add(LIGHT, m_list.m_hash.hashValue(light));
+        }
+        else if (const auto* states = kxCast<kxLightStateSet>(group))
+        {
+            const size_t before = m_undo.size();
+            for (const kxLightStateAttr* state : *states->getLightStateAttrs())
+                if (state)
+                    apply(state, m_list.m_hash.hashValue(state->_light).value, false, before);
+        }
+        else if (const auto* actor = kxCast<kxActor>(group))
+            step.skinned = step.skinned || actor->_skin;
+    }
+
+    void enterPass(Step& step, uint32_t pass)
+    {
+        undo(step.undoCount);
+        step.pass = pass;
+        step.nextChild = 0;
+        if (const kxShaderPass* shaderPass = static_cast<const kxShader*>(step.node)->getPass(pass))
+            applyList(shaderPass->getAttrs(), false);
+    }
+
+    void leave()
+    {
+        const Step step = m_path.back();
+        m_path.pop_back();
+        m_matrices.resize(m_path.empty() ? 0 : m_path.back().matrixCount);
+        if (step.placeSeen)
+        {
+            m_places.pop_back();
+            m_shownPlaces = std::min(m_shownPlaces, m_places.size());
+        }
+        undo(step.undoCount);
+    }
+
+    const kxMatrix44d& matrixAt(size_t matrixCount) const
+    {
+        return matrixCount == 0 ? m_identity : m_matrices[matrixCount - 1];
+    }
+    const kxMatrix44d& top() const { return matrixAt(m_matrices.size()); }
+
+    void undo(size_t undoCount)
+    {
+        while (m_undo.size() > undoCount)
+        {
+            m_stateNoted = false;
+            const Undo& undo = m_undo.back();
+            subtract(m_table[undo.place].look);
+            if (undo.added)
+                m_table.pop_back();
+            else
+            {
+                m_table[undo.place] = undo.old;
+                add(undo.old.look);
+            }
+            m_undo.pop_back();
+        }
+    }
+
+    void add(const kxLook& look)
+    {
+        m_sum.value += look.value;
+        m_sum.images += look.images;
+    }
+    void subtract(const kxLook& look)
+    {
+        m_sum.value -= look.value;
+        m_sum.images -= look.images;
+    }
+
+    void applyList(const kxAttrList* attrs, bool overrides)
+    {
+        const size_t before = m_undo.size();
+        for (const kxAttr* attr : *attrs)
+            if (attr && !isDrawn(attr))
+                apply(attr, attr->getUnit(), overrides, before);
+    }
+
+    // Within one set, whose first undo entry is `setStart`, the first attribute of a type and unit counts; a later set
+    // of the path replaces it.
+    void apply(const kxAttr* attr, uint64_t unit, bool overrides, size_t setStart)
+    {
+        const kxMetaObject* type = attr->getMetaObject();
+        size_t place = 0;
+        while (place < m_table.size() && (m_table[place].type != type || m_table[place].unit != unit))
+            ++place;
+        const bool isNew = place == m_table.size();
+        if (!isNew && m_table[place].overrides)
+            return;
+        for (size_t i = setStart; i < m_undo.size(); ++i)
+            if (m_undo[i].place == place)
+                return;
+
+        // Where an attribute is used is part of what is summed up: two textures may change their places.
+        const uint64_t use = combineHash(type->getName().getHash(), slotOf(attr, unit));
+        kxLook look = m_list.m_hash.hashValue(attr);
+        look.value = combineHash(use, look.value);
+        if (look.images)
+            look.images = combineHash(use, look.images);
+        const Setting setting{type, unit, overrides, attr, look};
+        m_stateNoted = false;
+        add(look);
+        if (isNew)
+        {
+            m_undo.push_back({place, true, {}});
+            m_table.push_back(setting);
+            return;
+        }
+        m_undo.push_back({place, false, m_table[place]});
+        subtract(m_table[place].look);
+        m_table[place] = setting;
+    }
+
+    // Units of extensions' texture uses are numbered as they are met, so their names stand for them.
+    static uint64_t slotOf(const kxAttr* attr, uint64_t unit)
+    {
+        const auto* bind = kxCast<kxTextureBindAttr>(attr);
+        return bind && !bind->_slot.isEmpty() ? bind->_slot.getHash() : unit;
+    }
+
+    void addGeometry(const kxGeometry* geometry)
+    {
+        kxLook variants;
+        if (geometry->_variants && !geometry->_variants->isEmpty())
+            variants = m_list.m_hash.hashValue(geometry->_variants);
+        for (const kxAttr* attr : *geometry->getAttrs())
+        {
+            if (!attr || !isDrawn(attr))
+                continue;
+            if (const auto* set = kxCast<kxGeometrySetAttr>(attr))
+            {
+                for (const kxAttr* element : *set->_geometryAttrs)
+                    if (element)
+                        addVertices(element, variants);
+            }
+            else
+                addVertices(attr, variants);
+        }
+    }
+
+    void addVertices(const kxAttr* attr, const kxLook& variants)
+    {
+        kxLook look = m_list.m_hash.hashValue(attr);
+        look.add(variants);
+        add(GEOMETRY, look);
+    }
+
+    // A driven node always counts, whether something is drawn below it or not: vertices elsewhere may follow it.
+    void addDriven(const kxNode* node)
+    {
+        Step& step = m_path.back();
+        const uint64_t content = combineHash(node->getMetaObject()->getName().getHash(), node->getName().getHash());
+        append(DRIVEN, {content}, {}, top(), step);
+        if (const auto* transform = kxCast<kxTransform>(node))
+            append(OWN_MATRIX, {content}, {}, kxMatrix44d(transform->getMatrix()), step);
+        step.conditions = combineHash(step.conditions, content);
+    }
+
+    void add(Kind kind, const kxLook& content)
+    {
+        for (; m_shownPlaces < m_places.size(); ++m_shownPlaces)
+        {
+            const Step& step = m_path[m_places[m_shownPlaces]];
+            append(PLACE, {step.node->getMetaObject()->getName().getHash()}, {}, matrixAt(step.matrixCount), step);
+        }
+        const Step& step = m_path.back();
+        if (kind != GEOMETRY)
+        {
+            // A camera or a light is not drawn with attributes.
+            append(kind, content, {}, top(), step);
+            return;
+        }
+        const bool followsBones = step.skinned && static_cast<const kxGeometry*>(step.node)->hasSkinnedAttr();
+        append(kind, content, m_sum, followsBones ? m_identity : top(), step);
+        if (!m_stateNoted)
+            noteState();
+    }
+
+    void append(Kind kind, const kxLook& content, const kxLook& attributes, const kxMatrix44d& matrix, const Step& step)
+    {
+        Draw& draw = m_list.m_draws.emplace_back();
+        draw.content = content.value;
+        draw.attributes = attributes.value;
+        draw.images = attributes.images + content.images;
+        draw.conditions = step.conditions;
+        storeMatrix(matrix, draw.matrix);
+        draw.kind = kind;
+        draw.path = step.pathStep;
+    }
+
+    // Keeps what the hash of the attributes stands for, so that a difference can be named.
+    void noteState()
+    {
+        m_stateNoted = true;
+        std::vector<Attribute>& attributes = m_list.m_attributes;
+        const auto first = static_cast<uint32_t>(attributes.size());
+        const auto count = static_cast<uint32_t>(m_table.size());
+        if (!m_list.m_states.try_emplace(m_sum.value + m_sum.images, AttributeRange{first, count}).second)
+            return;
+        for (const Setting& setting : m_table)
+        {
+            const auto* bind = kxCast<kxTextureBindAttr>(setting.attr);
+            attributes.push_back({setting.type->getName(), bind ? bind->_slot : kxStringRef(), setting.look});
+        }
+        std::sort(attributes.begin() + first, attributes.end(),
+                  [](const Attribute& a, const Attribute& b)
+                  { return std::tuple(a.type.view(), a.slot.view()) < std::tuple(b.type.view(), b.slot.view()); });
+    }
+
+    kxDrawList& m_list;
+    uint32_t m_parentStep;
+    uint64_t m_conditions;
+    bool m_stateNoted = false; // for the attributes now in effect
+    std::vector<Step> m_path;
+    std::vector<size_t> m_places; // depths of the nodes of the path whose place is seen
+    size_t m_shownPlaces = 0;     // of those, how many have an entry in the list
+    std::vector<kxMatrix44d> m_matrices;
+    kxMatrix44d m_identity;
+    std::vector<Setting> m_table;
+    std::vector<Undo> m_undo;
+    kxLook m_sum; // of the table's entries
+};
+
+void kxDrawList::collect(kxNode* root)
+{
+    collectScene(root, kNoStep);
+    m_hash.forget();
+}
+
+void kxDrawList::collect(const kxSceneInfo* scene)
+{
+    collectScene(scene->getSceneGraph(), addStep(kNoStep, scene->getName()));
+    m_hash.forget();
+}
+
+void kxDrawList::collect(const kxInfoList* infos)
+{
+    if (!infos)
+        return;
+    for (const kxInfo* info : *infos)
+        if (const auto* scene = kxCast<kxSceneInfo>(info))
+            collectScene(scene->getSceneGraph(), addStep(kNoStep, scene->getName()));
+    m_hash.forget();
+}
+
+// The number of the scene is a condition: what moves from one scene to another is not the same picture.
+void kxDrawList::collectScene(kxNode* root, uint32_t parentStep)
+{
+    Walk(*this, parentStep, ++m_sceneCount).run(root);
+}
+
+uint32_t kxDrawList::addStep(uint32_t parent, kxStringRef name)
+{
+    m_steps.push_back({parent, name});
+    return static_cast<uint32_t>(m_steps.size() - 1);
+}
+
+std::string kxDrawList::getPath(const Draw& draw) const
+{
+    std::vector<kxStringRef> names;
+    for (uint32_t step = draw.path; step != kNoStep; step = m_steps[step].parent)
+        names.push_back(m_steps[step].name);
+    std::reverse(names.begin(), names.end());
+    std::string path;
+    for (size_t i = 0; i < names.size(); ++i)
+    {
+        if (i == kShownFirst && names.size() > kShownFirst + kShownLast)
+        {
+            path += "/...";
+            i = names.size() - kShownLast;
+        }
+        path.append("/").append(names[i].view());
+    }
+    return path;
+}
+
+std::span<const kxDrawList::Attribute> kxDrawList::getAttributes(const Draw& draw) const
+{
+    const auto at = m_states.find(draw.attributes + draw.images);
+    if (at == m_states.end())
+        return {};
+    return std::span(m_attributes).subspan(at->second.first, at->second.count);
+}
+
+} // namespace Kel::Opt

@@ -1,0 +1,103 @@
+// What a scene shows: everything drawn, with its place and attributes.
+#pragma once
+
+#include "opt/verify/kxPictureHash.h"
+#include "platform/core/kxInfo.h"
+#include "platform/sg/kxSceneInfo.h"
+
+#include <array>
+#include <span>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace Kel::Opt
+{
+
+/// Everything that a graph draws: one entry for every path from the root to vertex data, a camera or a light, for every
+/// pass that a shader draws it in, and for what decides by its place or its movement how things below it are seen. Two
+/// graphs show the same picture when their lists are equal as multisets, matrices within a tolerance
+/// (`kxPictureComparison`).
+///
+/// Contents are hashes of values, never of identities, so lists of different loads of a file can be compared. The list
+/// stands by itself: it names its draws when the graph has long been changed. Cost: one step for each path; about 100
+/// bytes for each entry.
+class kxDrawList
+{
+public:
+    enum Kind : uint32_t
+    {
+        GEOMETRY,
+        CAMERA,
+        LIGHT,
+        DRIVEN,     ///< a joint or a node that moves: things follow its place
+        OWN_MATRIX, ///< the same node's own matrix, which a track replaces
+        PLACE ///< a node that draws what is below it as its place in space says: level of detail, billboard, instances
+    };
+
+    struct Draw
+    {
+        uint64_t content;    ///< vertex data, projection, light or name
+        uint64_t attributes; ///< attributes in effect, by type and unit, without their images
+        uint64_t images;     ///< images of the attributes in effect
+        uint64_t conditions; ///< switch children, distance ranges, skins, weights, passes and movers of the path
+        std::array<float, 12> matrix; ///< rows x, y, z and translation of the path's matrix, three numbers each
+        Kind kind;
+        uint32_t path; ///< for getPath
+    };
+
+    /// Paths that are followed at most; nested instances can have more than any memory holds.
+    static constexpr size_t kMaxPaths = size_t(1) << 25;
+
+    /// Adds all that `root` draws, as a scene of its own; null draws nothing. The graph must be free of cycles.
+    void collect(kxNode* root);
+    /// Adds all that a scene draws, its name in front of the paths. The first scene of one list is compared with the
+    /// first of the other, and so on.
+    void collect(const kxSceneInfo* scene);
+    /// Adds all scenes among the infos, in order; null adds nothing.
+    void collect(const kxInfoList* infos);
+
+    /// False when there were more than `kMaxPaths` paths: the list is cut off.
+    bool isComplete() const { return m_complete; }
+
+    const std::vector<Draw>& getDraws() const { return m_draws; }
+
+    /// Path to a draw: names from the root, types where there is none. The middle of a very long path is left out.
+    std::string getPath(const Draw& draw) const;
+
+    /// One attribute in effect: its type and use, and how it looks.
+    struct Attribute
+    {
+        kxStringRef type;
+        kxStringRef slot; ///< use of a texture, null for other attributes
+        kxLook look;
+    };
+    /// The attributes behind a draw's `attributes` and `images`, sorted by type and use; valid until the list grows.
+    std::span<const Attribute> getAttributes(const Draw& draw) const;
+
+private:
+    class Walk;
+    struct PathStep
+    {
+        uint32_t parent; // index of the step before, UINT32_MAX at the root
+        kxStringRef name;
+    };
+    struct AttributeRange
+    {
+        uint32_t first;
+        uint32_t count;
+    };
+
+    void collectScene(kxNode* root, uint32_t parentStep);
+    uint32_t addStep(uint32_t parent, kxStringRef name);
+
+    kxPictureHash m_hash;
+    uint64_t m_sceneCount = 0;
+    bool m_complete = true;
+    std::vector<Draw> m_draws;
+    std::vector<PathStep> m_steps;
+    std::vector<Attribute> m_attributes;
+    std::unordered_map<uint64_t, AttributeRange> m_states; // of `m_attributes`, by the sum of a draw's two hashes
+};
+
+} // namespace Kel::Opt

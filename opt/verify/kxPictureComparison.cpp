@@ -1,0 +1,331 @@
+// Matching of draw lists.
+//
+// Draws with equal contents form a class. Within a class matrices are matched through one number each, a sum of their
+// elements with fixed weights: matrices within the tolerance have sums within a window, so each draw looks at few
+// others.
+#include "opt/verify/kxPictureComparison.h"
+
+#include "platform/core/kxReport.h"
+
+#include <algorithm>
+#include <cmath>
+#include <unordered_map>
+
+namespace Kel::Opt
+{
+
+namespace
+{
+
+using Draw = kxDrawList::Draw;
+
+constexpr size_t kLinearCount = 9; // numbers of the matrix before the translation
+
+// Without a common divisor, so that moves along one axis are not taken for moves along another.
+const double kWeights[12] = {1.0,    0.7368, 1.2113, 0.5917, 1.3571, 0.8429,
+                             1.1037, 0.6691, 1.4233, 0.9173, 1.2791, 0.7879};
+
+// Numbers that are not finite come from broken files; they are sorted as zeros and compared as they are.
+double finite(double number)
+{
+    return std::isfinite(number) ? number : 0;
+}
+
+double weightedSum(const Draw& draw)
+{
+    double sum = 0;
+    for (size_t i = 0; i < 12; ++i)
+        sum += kWeights[i] * finite(draw.matrix[i]);
+    return sum;
+}
+
+double largest(const Draw& draw, size_t first, size_t end)
+{
+    double value = 0;
+    for (size_t i = first; i < end; ++i)
+        value = std::max(value, std::abs(finite(draw.matrix[i])));
+    return value;
+}
+
+double extentOf(const kxDrawList& list)
+{
+    double extent = 0;
+    for (const Draw& draw : list.getDraws())
+        if (draw.kind != kxDrawList::OWN_MATRIX)
+            extent = std::max(extent, largest(draw, kLinearCount, 12));
+    return extent;
+}
+
+// How far the matrix of a draw may be from its partner's.
+struct Reach
+{
+    double linear;
+    double translation;
+
+    double getWindow() const
+    {
+        double window = 0;
+        for (size_t i = 0; i < 12; ++i)
+            window += kWeights[i] * (i < kLinearCount ? linear : translation);
+        return window;
+    }
+};
+
+class Matching
+{
+public:
+    Matching(const kxDrawList& a, const kxDrawList& b, const kxPictureComparison::Options& options)
+        : m_a(a.getDraws()), m_b(b.getDraws()), m_options(options), m_extent(std::max(extentOf(a), extentOf(b)))
+    {
+    }
+
+    // What an optimization left alone is still in its order.
+    bool isSameInOrder() const
+    {
+        if (m_a.size() != m_b.size())
+            return false;
+        for (size_t i = 0; i < m_a.size(); ++i)
+        {
+            const Draw &a = m_a[i], &b = m_b[i];
+            if (classOf(a) != classOf(b) || !isNear(a, b, reachOf(a)))
+                return false;
+        }
+        return true;
+    }
+
+    void match(std::vector<size_t>& onlyInA, std::vector<size_t>& onlyInB)
+    {
+        std::vector<Entry> a = sortedEntries(m_a), b = sortedEntries(m_b);
+        for (size_t startA = 0, startB = 0; startA < a.size();)
+        {
+            const uint64_t contents = a[startA].contents;
+            size_t endA = startA, endB = startB;
+            while (endA < a.size() && a[endA].contents == contents)
+                ++endA;
+            while (startB < b.size() && b[startB].contents < contents)
+                ++startB;
+            for (endB = startB; endB < b.size() && b[endB].contents == contents;)
+                ++endB;
+            matchClass({a.data() + startA, endA - startA}, {b.data() + startB, endB - startB});
+            startA = endA;
+            startB = endB;
+        }
+        collectUnmatched(a, onlyInA);
+        collectUnmatched(b, onlyInB);
+    }
+
+private:
+    struct Entry
+    {
+        uint64_t contents;
+        double sum;
+        uint32_t index;
+        bool matched;
+    };
+
+    uint64_t classOf(const Draw& draw) const
+    {
+        const uint64_t parts[5] = {draw.kind, draw.content, draw.attributes, draw.conditions,
+                                   m_options.ignoreImages ? 0 : draw.images};
+        return hashBytes(parts, sizeof parts);
+    }
+
+    std::vector<Entry> sortedEntries(const std::vector<Draw>& draws) const
+    {
+        std::vector<Entry> entries(draws.size());
+        for (size_t i = 0; i < draws.size(); ++i)
+            entries[i] = {classOf(draws[i]), weightedSum(draws[i]), static_cast<uint32_t>(i), false};
+        std::sort(entries.begin(), entries.end(),
+                  [](const Entry& a, const Entry& b)
+                  {
+                      if (a.contents != b.contents)
+                          return a.contents < b.contents;
+                      return a.sum != b.sum ? a.sum < b.sum : a.index < b.index;
+                  });
+        return entries;
+    }
+
+    static void collectUnmatched(const std::vector<Entry>& entries, std::vector<size_t>& indices)
+    {
+        for (const Entry& entry : entries)
+            if (!entry.matched)
+                indices.push_back(entry.index);
+        std::sort(indices.begin(), indices.end());
+    }
+
+    Reach reachOf(const Draw& draw) const
+    {
+        return {m_options.tolerance * largest(draw, 0, kLinearCount),
+                m_options.tolerance * (largest(draw, kLinearCount, 12) + 0.01 * m_extent)};
+    }
+
+    static bool isNear(const Draw& a, const Draw& b, const Reach& reach)
+    {
+        for (size_t i = 0; i < 12; ++i)
+        {
+            const double x = a.matrix[i], y = b.matrix[i];
+            if (std::isfinite(x) && std::isfinite(y)
+                    ? std::abs(x - y) > (i < kLinearCount ? reach.linear : reach.translation)
+                    : x != y && !(std::isnan(x) && std::isnan(y)))
+                return false;
+        }
+        return true;
+    }
+
+    // Both spans are sorted by their sums.
+    void matchClass(std::span<Entry> a, std::span<Entry> b) const
+    {
+        // The window depends on the draw: only what lies below the widest one is out of reach of all that follow.
+        double widest = 0;
+        for (const Entry& entry : a)
+            widest = std::max(widest, reachOf(m_a[entry.index]).getWindow());
+
+        size_t next = 0; // first entry of b that later entries of a can still match
+        for (Entry& entry : a)
+        {
+            const Draw& draw = m_a[entry.index];
+            const Reach reach = reachOf(draw);
+            const double window = reach.getWindow();
+            while (next < b.size() && (b[next].matched || b[next].sum < entry.sum - widest))
+                ++next;
+            for (size_t at = next; at < b.size() && b[at].sum <= entry.sum + window; ++at)
+                if (!b[at].matched && isNear(draw, m_b[b[at].index], reach))
+                {
+                    entry.matched = b[at].matched = true;
+                    break;
+                }
+        }
+    }
+
+    const std::vector<Draw>& m_a;
+    const std::vector<Draw>& m_b;
+    const kxPictureComparison::Options& m_options;
+    double m_extent;
+};
+
+} // namespace
+
+bool kxPictureComparison::compare(const kxDrawList& a, const kxDrawList& b)
+{
+    m_onlyInA.clear();
+    m_onlyInB.clear();
+    Matching matching(a, b, m_options);
+    if (matching.isSameInOrder())
+        return true;
+    matching.match(m_onlyInA, m_onlyInB);
+    return m_onlyInA.empty() && m_onlyInB.empty();
+}
+
+namespace
+{
+
+const char* nameOf(kxDrawList::Kind kind)
+{
+    switch (kind)
+    {
+    case kxDrawList::GEOMETRY: return "geometry";
+    case kxDrawList::CAMERA: return "camera";
+    case kxDrawList::LIGHT: return "light";
+    case kxDrawList::DRIVEN: return "driven node";
+    case kxDrawList::OWN_MATRIX: return "own matrix of driven node";
+    case kxDrawList::PLACE: return "place of";
+    }
+    return "";
+}
+
+std::string nameOf(const kxDrawList::Attribute& attribute)
+{
+    std::string name = attribute.type.str();
+    if (!attribute.slot.isEmpty())
+        name.append(" ").append(attribute.slot.view());
+    return name;
+}
+
+// What differs between two draws that belong together by their contents.
+std::string differenceOf(const kxDrawList& listA, const Draw& a, const kxDrawList& listB, const Draw& b)
+{
+    std::string text;
+    auto add = [&](const std::string& part) { text.append(text.empty() ? "" : ", ").append(part); };
+    if (a.attributes != b.attributes || a.images != b.images)
+    {
+        const auto inA = listA.getAttributes(a), inB = listB.getAttributes(b);
+        auto find = [](auto list, const kxDrawList::Attribute& wanted)
+        {
+            for (const kxDrawList::Attribute& attribute : list)
+                if (attribute.type == wanted.type && attribute.slot == wanted.slot)
+                    return &attribute;
+            return static_cast<const kxDrawList::Attribute*>(nullptr);
+        };
+        for (const kxDrawList::Attribute& attribute : inA)
+        {
+            const kxDrawList::Attribute* other = find(inB, attribute);
+            if (!other)
+                add(nameOf(attribute) + " is gone");
+            else if (other->look.value != attribute.look.value)
+                add(nameOf(attribute) + " differs");
+            else if (other->look.images != attribute.look.images)
+                add(nameOf(attribute) + " has another image");
+        }
+        for (const kxDrawList::Attribute& attribute : inB)
+            if (!find(inA, attribute))
+                add(nameOf(attribute) + " is new");
+    }
+    if (a.conditions != b.conditions)
+        add("conditions of the path differ");
+    double moved = 0;
+    for (size_t i = 0; i < 12; ++i)
+        moved = std::max(moved, std::abs(double(a.matrix[i]) - double(b.matrix[i])));
+    if (text.empty() || moved > 1e-3 * std::max(1.0, largest(a, 0, 12)))
+        add(kxFormat("matrix differs by up to %g", moved));
+    return text;
+}
+
+} // namespace
+
+std::vector<std::string> kxPictureComparison::describe(const kxDrawList& a, const kxDrawList& b, size_t maxLines) const
+{
+    std::vector<std::string> lines;
+    // Partners by content, so that "moved" is told from "gone" and "new"; the first of each content is taken first.
+    auto contentOf = [](const Draw& draw) { return combineHash(draw.content, draw.kind); };
+    std::unordered_map<uint64_t, std::vector<size_t>> partners;
+    for (size_t i = m_onlyInB.size(); i-- > 0;)
+        partners[contentOf(b.getDraws()[m_onlyInB[i]])].push_back(m_onlyInB[i]);
+    std::vector<bool> used(b.getDraws().size(), false);
+
+    size_t differenceCount = 0;
+    auto add = [&](auto makeLine)
+    {
+        if (differenceCount++ < maxLines)
+            lines.push_back(makeLine());
+    };
+    for (size_t index : m_onlyInA)
+    {
+        const Draw& draw = a.getDraws()[index];
+        const auto found = partners.find(contentOf(draw));
+        if (found == partners.end() || found->second.empty())
+        {
+            add([&] { return kxFormat("%s %s is only in the first", nameOf(draw.kind), a.getPath(draw).c_str()); });
+            continue;
+        }
+        const size_t partner = found->second.back();
+        found->second.pop_back();
+        used[partner] = true;
+        add(
+            [&]
+            {
+                return kxFormat("%s %s: %s", nameOf(draw.kind), a.getPath(draw).c_str(),
+                                differenceOf(a, draw, b, b.getDraws()[partner]).c_str());
+            });
+    }
+    for (size_t index : m_onlyInB)
+        if (!used[index])
+        {
+            const Draw& draw = b.getDraws()[index];
+            add([&] { return kxFormat("%s %s is only in the second", nameOf(draw.kind), b.getPath(draw).c_str()); });
+        }
+    if (differenceCount > maxLines)
+        lines.push_back(kxFormat("and %zu more", differenceCount - maxLines));
+    return lines;
+}
+
+} // namespace Kel::Opt
