@@ -199,6 +199,7 @@ kxSmartPointer<kxObject> kxObject::copyDeep() const
 {
     std::unordered_map<const kxObject*, kxSmartPointer<kxObject>> copies;
     std::vector<const kxObject*> toFill;
+    std::vector<const kxObjectList*> uncounted;
 
     // Types and fields are never copied; memory blocks are shared until written.
     auto copyOf = [&](const kxObject* original) -> kxObject*
@@ -230,8 +231,11 @@ kxSmartPointer<kxObject> kxObject::copyDeep() const
         {
             auto* target = static_cast<kxObjectList*>(copy);
             target->clear();
-            for (kxObject* element : *list)
-                target->append(copyOf(element));
+            if (list->isCounted())
+                for (kxObject* element : *list)
+                    target->append(copyOf(element));
+            else
+                uncounted.push_back(list);
             continue;
         }
         if (const auto* list = kxCast<kxListBase>(original))
@@ -253,6 +257,13 @@ kxSmartPointer<kxObject> kxObject::copyDeep() const
                 field->copyValue(field->getAddress(copy), value);
         }
     }
+    // Nothing of the copy would hold what only such a list names, so the list goes on naming the original.
+    for (const kxObjectList* list : uncounted)
+        for (kxObject* element : *list)
+        {
+            const auto copy = copies.find(element);
+            static_cast<kxObjectList*>(copies[list].get())->append(copy == copies.end() ? element : copy->second.get());
+        }
     for (const kxObject* original : toFill)
         if (kxObject* copy = copies[original])
             copy->userLoaded();

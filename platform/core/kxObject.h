@@ -72,7 +72,8 @@ public:
     /// New object of the same type with the same field values, references shared, referenced lists copied.
     kxSmartPointer<kxObject> copyShallow() const;
     /// Copies this object and all that it reaches through fields that do not link back; what several fields share is shared
-    /// again in the copy. Memory blocks are shared until one side writes.
+    /// again in the copy. Elements of lists that do not count are those of the copy where it has them, else the same as
+    /// before. Memory blocks are shared until one side writes.
     kxSmartPointer<kxObject> copyDeep() const;
     /// Gives this object the field values of `source`, as `copyShallow` does; `source` is of this type or a base of it.
     void copyFieldsFrom(const kxObject* source);

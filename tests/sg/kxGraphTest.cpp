@@ -1,4 +1,5 @@
 // Links between parents and children, walks, and what scene infos collect.
+#include "platform/sg/kxActor.h"
 #include "platform/sg/kxCamera.h"
 #include "platform/sg/kxGeometry.h"
 #include "platform/sg/kxSceneInfo.h"
@@ -218,6 +219,14 @@ TEST(kxNode, IsCopiedWithItsLinks)
     EXPECT_EQ(printScene(copy), printScene(scene)) << "what is shared is shared in the copy";
     EXPECT_EQ(findLinkFaults(copy), "");
     EXPECT_EQ(findLinkFaults(scene.root()), "") << "the copy has no part in the original";
+
+    // A skin does not hold its bones: its copy names the copied bones, or the same ones where they are not copied.
+    const TestScene skinned = parseScene("Group(Actor[skin=Skin[joints=(Joint#1, Joint#2)]], Joint#1(Joint#2))");
+    const kxSmartPointer<kxObject> whole = skinned.root()->copyDeep();
+    EXPECT_EQ(kxTextScene::print(whole), printScene(skinned));
+    auto* actor = static_cast<kxActor*>(static_cast<kxGroup*>(skinned.root())->getChild(0u));
+    const kxSmartPointer<kxObject> skin = actor->_skin->copyDeep();
+    EXPECT_EQ(kxCast<kxSkin>(skin)->_joints->get(1), actor->_skin->_joints->get(1));
 
     const kxSmartPointer<kxObject> shallow = scene.root()->copyShallow();
     auto* second = kxCast<kxGroup>(shallow);
