@@ -101,6 +101,7 @@ RunResult runOptimization(TestScene& scene, const std::string& className, const 
 {
     auto script = kxNew<kxRegistry>();
     script->setValue("OPTIMIZE", "optimizationCount", "1");
+    script->setValue("OPTIMIZE", "hierarchyCheck", "false"); // it would mend links that the optimization has broken
     script->setValue("OPTIMIZATION1", "name", className);
     for (const auto& [key, value] : settings)
         EXPECT_TRUE(script->setValue("OPTIMIZATION1", key, value)) << key << " = " << value;

@@ -167,7 +167,7 @@ private:
     {
         what += " with";
         for (const auto& [key, setting] : path.attributes)
-            what += " " + describe(setting.attr);
+            what.append(" ").append(describe(setting.attr));
         what += " under " + path.conditions;
         PlainDraw draw{std::move(what), {}};
         draw.numbers.assign(&path.matrix[0][0], &path.matrix[0][0] + 16);
