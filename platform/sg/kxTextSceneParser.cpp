@@ -174,8 +174,7 @@ bool Parser::beginObject(const kxMetaObject* wanted)
 {
     const char first = peek();
     const size_t start = m_at;
-    if (first == '"' && wanted->isDerivedFrom(kxObject::staticMetaObject()) &&
-        kxImage::staticMetaObject()->isDerivedFrom(wanted))
+    if (first == '"' && kxImage::staticMetaObject()->isDerivedFrom(wanted))
     {
         std::string path;
         return readString(path) && deliver(imageOfPath(path));

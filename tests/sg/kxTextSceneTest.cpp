@@ -276,6 +276,39 @@ TEST(kxTextScene, GivesRandomScenesBack)
     EXPECT_GE(classes.size(), 30u) << "the generator makes nodes of most classes";
 }
 
+TEST(kxTextScene, TakesOrRefusesDamagedTexts)
+{
+    const std::string_view pieces[] = {"(",  ")",     "{",        "}",   "[",    "]",    "<",   ">",    "\"",
+                                       "#1", ",",     "=",        ";",   "null", " ",    "!",   "1e99", "-",
+                                       "x0", "Group", "Material", "tri", "\\",   "name", "\xff"};
+    TestRandom random(1);
+    const size_t alive = kxObject::getLiveCount();
+    for (uint32_t seed = 1; seed <= 60; ++seed)
+    {
+        const std::string text = printScene(makeRandomScene(seed));
+        for (int i = 0; i < 50; ++i)
+        {
+            std::string damaged = text;
+            for (uint32_t edits = 1 + random.below(3); edits > 0; --edits)
+            {
+                const uint32_t place = random.below(static_cast<uint32_t>(damaged.size()));
+                const std::string_view piece = pieces[random.below(std::size(pieces))];
+                damaged.replace(place, random.oneIn(2) ? random.below(4) : 0, random.oneIn(4) ? "" : piece);
+            }
+            kxSmartPointer<kxNode> root;
+            std::string fault;
+            if (kxTextScene::parse(damaged, root, nullptr, fault))
+            {
+                EXPECT_EQ(normalizeScene(printScene(root)), printScene(root)) << damaged;
+                EXPECT_EQ(findLinkFaults(root), "") << damaged;
+            }
+            else
+                EXPECT_NE(fault.find(": "), std::string::npos) << damaged;
+        }
+    }
+    EXPECT_EQ(kxObject::getLiveCount(), alive);
+}
+
 TEST(kxTextScene, IsReadAndPrintedAtAnyDepthAndWidth)
 {
     auto root = kxNew<kxGroup>();
