@@ -13,8 +13,7 @@ class kxGroup;
 class kxNodeList;
 
 /// A node of the scene graph. It knows all its parents, once for each time that it is their child; a node with several is
-/// drawn once for each. Parents hold their children, not the other way round. The order of the parents means nothing: it is
-/// the same in every run, but removing one of many moves others.
+/// drawn once for each. Parents hold their children, not the other way round.
 class kxNode : public kxObject
 {
     KX_OBJECT(kxNode, kxObject)
@@ -26,9 +25,6 @@ class kxNode : public kxObject
 
     kxStringRef _name;
     uint32_t _flags = 0;
-
-private:
-public:
     kxSmartPointer<kxNodeList> _parentList; ///< null or empty: no parents
     kxSmartPointer<kxBoundingVolume> _boundingVolume;
     kxSmartPointer<kxUserData> _userData;
