@@ -1,6 +1,7 @@
 #include "opt/framework/kxUnreadKeys.h"
 
 #include "opt/framework/kxOptManager.h"
+#include "platform/core/kxNearestName.h"
 #include "platform/core/kxReport.h"
 
 #include <algorithm>
@@ -15,33 +16,6 @@ namespace
 
 using Names = std::vector<std::string>;
 
-size_t editDistance(std::string_view a, std::string_view b)
-{
-    std::vector<size_t> row(b.size() + 1);
-    for (size_t j = 0; j <= b.size(); ++j)
-        row[j] = j;
-    for (size_t i = 1; i <= a.size(); ++i)
-    {
-        size_t diagonal = std::exchange(row[0], i);
-        for (size_t j = 1; j <= b.size(); ++j)
-        {
-            const size_t replaced = diagonal + (a[i - 1] != b[j - 1]);
-            diagonal = row[j];
-            row[j] = std::min({replaced, row[j] + 1, row[j - 1] + 1});
-        }
-    }
-    return row[b.size()];
-}
-
-std::string lowerCase(std::string_view text)
-{
-    std::string small(text);
-    for (char& c : small)
-        if (c >= 'A' && c <= 'Z')
-            c = static_cast<char>(c - 'A' + 'a');
-    return small;
-}
-
 std::string_view withoutUnderscore(std::string_view name)
 {
     return name.starts_with('_') ? name.substr(1) : name;
@@ -50,19 +24,8 @@ std::string_view withoutUnderscore(std::string_view name)
 /// "; did you mean NAME?" when one of the names is near enough to be meant, otherwise nothing.
 std::string suggest(std::string_view name, const Names& known)
 {
-    const std::string wanted = lowerCase(withoutUnderscore(name));
-    size_t best = std::max<size_t>(2, wanted.size() / 3) + 1;
-    const std::string* nearest = nullptr;
-    for (const std::string& candidate : known)
-    {
-        const size_t distance = editDistance(wanted, lowerCase(candidate));
-        if (distance < best)
-        {
-            best = distance;
-            nearest = &candidate;
-        }
-    }
-    return nearest ? "; did you mean " + *nearest + "?" : "";
+    const std::string nearest = findNearestName(name, known);
+    return nearest.empty() ? nearest : "; did you mean " + nearest + "?";
 }
 
 bool isReadable(const kxMetaField& field)

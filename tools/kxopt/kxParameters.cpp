@@ -1,9 +1,9 @@
 #include "tools/kxopt/kxParameters.h"
 
 #include "tools/kxopt/kxJsonWriter.h"
-#include "tools/kxopt/kxText.h"
 
 #include "opt/framework/kxOptBase.h"
+#include "platform/core/kxNearestName.h"
 
 #include <cstdlib>
 #include <cstring>

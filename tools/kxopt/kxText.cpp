@@ -1,7 +1,6 @@
 #include "tools/kxopt/kxText.h"
 
 #include <algorithm>
-#include <cstdint>
 
 namespace Kel::Tool
 {
@@ -34,35 +33,6 @@ size_t characterCount(std::string_view text)
 {
     return static_cast<size_t>(
         std::count_if(text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
-}
-
-std::string foldName(std::string_view name)
-{
-    std::string folded(name.substr(std::min(name.find_first_not_of('_'), name.size())));
-    for (char& c : folded)
-        if (c >= 'A' && c <= 'Z')
-            c = static_cast<char>(c - 'A' + 'a');
-    return folded;
-}
-
-// Letters to insert, remove or replace to get from one text to the other.
-size_t editDistance(const std::string& a, const std::string& b)
-{
-    std::vector<size_t> row(b.size() + 1);
-    for (size_t j = 0; j <= b.size(); ++j)
-        row[j] = j;
-    for (size_t i = 1; i <= a.size(); ++i)
-    {
-        size_t diagonal = row[0];
-        row[0] = i;
-        for (size_t j = 1; j <= b.size(); ++j)
-        {
-            const size_t replaced = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
-            diagonal = row[j];
-            row[j] = std::min({replaced, row[j] + 1, row[j - 1] + 1});
-        }
-    }
-    return row[b.size()];
 }
 
 } // namespace
@@ -132,24 +102,6 @@ std::vector<std::string> wrapText(std::string_view text, size_t width)
         text.remove_prefix(std::min(wordEnd + 1, text.size()));
     }
     return lines;
-}
-
-std::string findNearestName(std::string_view name, std::span<const std::string> candidates)
-{
-    const std::string folded = foldName(name);
-    // A third of the letters may differ: "maxWidht" is "maxWidth", "stats" is not "level".
-    size_t nearest = std::max<size_t>(2, folded.size() / 3) + 1;
-    const std::string* found = nullptr;
-    for (const std::string& candidate : candidates)
-    {
-        const size_t distance = editDistance(folded, foldName(candidate));
-        if (distance < nearest)
-        {
-            nearest = distance;
-            found = &candidate;
-        }
-    }
-    return found ? *found : std::string();
 }
 
 std::string kxTable::toText(size_t indent) const

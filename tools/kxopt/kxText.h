@@ -1,7 +1,7 @@
-// Text for people: what is safe to print, aligned columns, names that look alike.
+// Text for people: what is safe to print, aligned columns.
 #pragma once
 
-#include <span>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,10 +23,6 @@ std::string groupDigits(uint64_t number);
 
 /// The text broken at blanks into lines of up to `width` bytes; longer words stay whole.
 std::vector<std::string> wrapText(std::string_view text, size_t width);
-
-/// The candidate that takes the fewest changed letters to become `name`, capitals and underscores in front not counted;
-/// empty when none is near enough to be meant.
-std::string findNearestName(std::string_view name, std::span<const std::string> candidates);
 
 /// Rows of columns, each column as wide as its widest cell.
 class kxTable
