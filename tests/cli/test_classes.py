@@ -63,6 +63,13 @@ class Init(CliTest):
         self.assertEqual(sorted(name for _, name in sections), listed)
         self.assertEqual([int(number) for number, _ in sections], list(range(1, len(listed) + 1)))
 
+    def testEveryKeyIsReadAndEveryDefaultParses(self):
+        self.kxopt("init", "start.ini")
+        self.write("start.ini", re.sub("^;(?! )", "", self.read("start.ini").decode(), flags=re.MULTILINE))
+        # Whether the defaults of an optimization are enough for it is its own affair.
+        _, err = self.kxopt("run", "scene.gltf", "-s", "start.ini", status=(0, 1))
+        self.assertNotRegex(err, r"start\.ini:\d+")
+
     def testSwitchedOnSectionGivesTheDefaults(self):
         self.kxopt("init", "start.ini", plugins=True)
         text = self.read("start.ini").decode()
