@@ -3,6 +3,9 @@
 #include <bit>
 #include <cstring>
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 namespace Kel::Gltf
 {
 
@@ -16,6 +19,16 @@ uint32_t wordAt(const kxMappedFile& file, uint64_t offset)
     uint32_t word;
     std::memcpy(&word, file.getData() + offset, sizeof word);
     return word;
+}
+
+// Lets go of the memory that mapped bytes take; they come back from the file when they are read again.
+void dropPages(const uint8_t* bytes, uint64_t byteCount)
+{
+    const auto page = static_cast<uintptr_t>(::sysconf(_SC_PAGESIZE));
+    const uintptr_t begin = (reinterpret_cast<uintptr_t>(bytes) + page - 1) & ~(page - 1);
+    const uintptr_t end = (reinterpret_cast<uintptr_t>(bytes) + byteCount) & ~(page - 1);
+    if (begin < end)
+        ::madvise(reinterpret_cast<void*>(begin), end - begin, MADV_DONTNEED);
 }
 
 } // namespace
@@ -70,7 +83,7 @@ bool kxGltfContainer::splitBinary(kxGltfFaults& faults, uint64_t& jsonOffset, ui
     return true;
 }
 
-bool kxGltfContainer::open(kxGltfFaults& faults)
+bool kxGltfContainer::open(kxGltfFaults& faults, const kxJsonDocument::Listener& listener)
 {
     std::string fault;
     file = kxMappedFile::open(faults.getPath().c_str(), &fault);
@@ -84,7 +97,8 @@ bool kxGltfContainer::open(kxGltfFaults& faults)
         return false;
     auto text = std::make_unique_for_overwrite<char[]>(bytes + 1);
     std::memcpy(text.get(), file->getData() + offset, bytes);
-    if (!json.parse(std::move(text), bytes, fault))
+    dropPages(file->getData() + offset, bytes);
+    if (!json.parse(std::move(text), bytes, fault, &listener))
         return faults.refuse("%s", fault.c_str());
     if (!json.getRoot().IsObject())
         return faults.refuse("JSON text is not an object");

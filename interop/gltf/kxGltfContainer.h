@@ -22,7 +22,7 @@ struct kxGltfContainer
     kxSmartPointer<kxMemoryBlock> binChunk; ///< null when there is none
 
     /// Opens a file and parses its JSON text.
-    bool open(kxGltfFaults& faults);
+    bool open(kxGltfFaults& faults, const kxJsonDocument::Listener& listener);
 
 private:
     bool splitBinary(kxGltfFaults& faults, uint64_t& jsonOffset, uint64_t& jsonBytes);

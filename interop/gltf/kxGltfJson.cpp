@@ -7,7 +7,6 @@
 
 #include <cmath>
 #include <cstring>
-#include <limits>
 
 namespace Kel::Gltf
 {
@@ -19,7 +18,7 @@ namespace
 class DepthGuard
 {
 public:
-    explicit DepthGuard(rapidjson::Document& document) : m_document(document) {}
+    DepthGuard(rapidjson::Document& document, unsigned depth) : m_document(document), m_depth(depth) {}
 
     bool Null() { return m_document.Null(); }
     bool Bool(bool b) { return m_document.Bool(b); }
@@ -38,27 +37,36 @@ public:
 
 private:
     rapidjson::Document& m_document;
-    unsigned m_depth = 0;
+    unsigned m_depth;
 };
 
+// Parses one value and stops behind it.
 struct Generator
 {
     char* text;
-    rapidjson::ParseResult result;
+    unsigned depth;
+    rapidjson::Reader& reader;
+    rapidjson::ParseResult result{};
     size_t end = 0;
 
     bool operator()(rapidjson::Document& document)
     {
-        constexpr unsigned kFlags =
-            rapidjson::kParseInsituFlag | rapidjson::kParseIterativeFlag | rapidjson::kParseFullPrecisionFlag;
+        constexpr unsigned kFlags = rapidjson::kParseInsituFlag | rapidjson::kParseIterativeFlag |
+                                    rapidjson::kParseFullPrecisionFlag | rapidjson::kParseStopWhenDoneFlag;
         rapidjson::InsituStringStream stream(text);
-        rapidjson::Reader reader;
-        DepthGuard guard(document);
+        DepthGuard guard(document, depth);
         result = reader.Parse<kFlags>(stream, guard);
         end = stream.Tell();
         return !result.IsError();
     }
 };
+
+char* skipBlanks(char* at)
+{
+    while (*at == ' ' || *at == '\n' || *at == '\r' || *at == '\t')
+        ++at;
+    return at;
+}
 
 } // namespace
 
@@ -95,9 +103,16 @@ bool isUtf8(std::string_view text)
     return true;
 }
 
-bool kxJsonDocument::parse(std::unique_ptr<char[]> text, size_t byteCount, std::string& fault)
+bool kxJsonDocument::refuse(const char* at, const char* reason, std::string& fault) const
 {
-    m_document.reset();
+    fault = kxFormat("JSON text is broken at byte %zu: %s", static_cast<size_t>(at - m_begin), reason);
+    return false;
+}
+
+bool kxJsonDocument::parse(std::unique_ptr<char[]> text, size_t byteCount, std::string& fault, const Listener* listener)
+{
+    m_root.SetNull();
+    m_kept.clear();
     m_text = std::move(text);
     char* begin = m_text.get();
     if (byteCount >= 3 && std::memcmp(begin, "\xef\xbb\xbf", 3) == 0)
@@ -106,6 +121,8 @@ bool kxJsonDocument::parse(std::unique_ptr<char[]> text, size_t byteCount, std::
     while (byteCount > 0 && begin[byteCount - 1] == '\0')
         --byteCount;
     begin[byteCount] = '\0';
+    m_begin = begin;
+    m_end = begin + byteCount;
     if (!isUtf8({begin, byteCount}))
     {
         fault = "JSON text is not UTF-8";
@@ -114,25 +131,113 @@ bool kxJsonDocument::parse(std::unique_ptr<char[]> text, size_t byteCount, std::
 
     const size_t chunk = std::min<size_t>(std::max<size_t>(byteCount / 8, 4096), size_t(1) << 20);
     m_pool = std::make_unique<rapidjson::MemoryPoolAllocator<>>(chunk);
-    m_document = std::make_unique<rapidjson::Document>(m_pool.get());
-    Generator generator{begin, {}};
-    m_document->Populate(generator);
-    if (generator.result.IsError())
+    char* at = skipBlanks(begin);
+    bool done = false;
+    if (listener && *at == '{')
+        done = parseRoot(at, *listener, fault);
+    else
     {
-        if (generator.result.Code() == rapidjson::kParseErrorTermination)
-            fault = kxFormat("JSON text nests deeper than %u", kMaxDepth);
-        else
-            fault = kxFormat("JSON text is broken at byte %zu: %s", generator.result.Offset(),
-                             rapidjson::GetParseError_En(generator.result.Code()));
-        m_document.reset();
-        return false;
+        rapidjson::Document document(m_pool.get());
+        done = parseValue(at, document, 0, fault);
+        m_root = static_cast<kxJsonValue&>(document);
+        at = done ? skipBlanks(at) : at;
+        if (done && at != m_end)
+            done = refuse(at, "The document root must not be followed by other values.", fault);
     }
-    if (generator.end != byteCount)
+    if (!done)
+        m_root.SetNull();
+    return done;
+}
+
+bool kxJsonDocument::parseValue(char*& at, rapidjson::Document& target, unsigned depth, std::string& fault)
+{
+    Generator generator{at, depth, m_reader};
+    target.Populate(generator);
+    if (!generator.result.IsError())
     {
-        fault = kxFormat("JSON text is broken at byte %zu: zero byte", generator.end);
-        m_document.reset();
-        return false;
+        at += generator.end;
+        return true;
     }
+    if (generator.result.Code() == rapidjson::kParseErrorTermination)
+        fault = kxFormat("JSON text nests deeper than %u", kMaxDepth);
+    else
+        refuse(at + generator.result.Offset(), rapidjson::GetParseError_En(generator.result.Code()), fault);
+    return false;
+}
+
+// The members of the root object, each parsed by itself.
+bool kxJsonDocument::parseRoot(char* at, const Listener& listener, std::string& fault)
+{
+    bool isTaken = false;
+    m_root.SetObject();
+    at = skipBlanks(at + 1);
+    if (*at != '}')
+        for (;;)
+        {
+            if (*at != '"')
+                return refuse(at, "Missing a name for object member.", fault);
+            rapidjson::Document part(m_pool.get());
+            kxJsonValue key;
+            if (!parseValue(at, part, 1, fault))
+                return false;
+            key = static_cast<kxJsonValue&>(part);
+            at = skipBlanks(at);
+            if (*at != ':')
+                return refuse(at, "Missing a colon after a name of object member.", fault);
+            at = skipBlanks(at + 1);
+            if (*at == '[' && !isTaken && textOf(key) == listener.list)
+            {
+                isTaken = true;
+                if (!parseList(at, listener, fault))
+                    return false;
+            }
+            else
+            {
+                if (!parseValue(at, part, 1, fault))
+                    return false;
+                m_root.AddMember(key, static_cast<kxJsonValue&>(part), *m_pool);
+            }
+            at = skipBlanks(at);
+            if (*at == '}')
+                break;
+            if (*at != ',')
+                return refuse(at, "Missing a comma or } after an object member.", fault);
+            at = skipBlanks(at + 1);
+        }
+    at = skipBlanks(at + 1);
+    return at == m_end || refuse(at, "The document root must not be followed by other values.", fault);
+}
+
+bool kxJsonDocument::parseList(char*& at, const Listener& listener, std::string& fault)
+{
+    // Elements are small and many: memory, parser and document serve them all.
+    constexpr size_t kPoolBytes = size_t(1) << 16;
+    const auto buffer = std::make_unique_for_overwrite<char[]>(kPoolBytes);
+    rapidjson::MemoryPoolAllocator<> pool(buffer.get(), kPoolBytes);
+    rapidjson::Document element(&pool);
+    const std::function<const kxJsonValue*()> keep = [&]
+    { return &m_kept.emplace_back(static_cast<const kxJsonValue&>(element), *m_pool); };
+    at = skipBlanks(at + 1);
+    if (*at == ']')
+    {
+        ++at;
+        return true;
+    }
+    for (;;)
+    {
+        if (!parseValue(at, element, 2, fault))
+            return false;
+        listener.take(element, keep);
+        element.SetNull();
+        pool.Clear();
+        at = skipBlanks(at);
+        if (*at == ']')
+            break;
+        if (*at != ',')
+            return refuse(at, "Missing a comma or ] after an array element.", fault);
+        at = skipBlanks(at + 1);
+    }
+    ++at;
     return true;
 }
 
@@ -177,7 +282,9 @@ bool readIndex(const kxJsonValue& value, uint32_t& index)
 
 bool readFloat(const kxJsonValue& value, float& number)
 {
-    if (!value.IsNumber() || std::abs(value.GetDouble()) > static_cast<double>(std::numeric_limits<float>::max()))
+    // Half a step beyond the largest float: what is below rounds to it, as the usual nine digits of the largest do.
+    constexpr double kLimit = 3.4028235677973366e38;
+    if (!value.IsNumber() || std::abs(value.GetDouble()) >= kLimit)
         return false;
     number = static_cast<float>(value.GetDouble());
     return true;

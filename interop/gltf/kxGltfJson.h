@@ -9,6 +9,8 @@
 #endif
 #include <rapidjson/document.h>
 
+#include <deque>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -24,18 +26,36 @@ class kxJsonDocument
 public:
     static constexpr unsigned kMaxDepth = 512;
 
+    /// Takes the elements of one long list of the root object one by one, so that they need not all be in memory at once;
+    /// the list is not in the document then. An element lives until the call returns, but for what `keep` gives: the same
+    /// value, as long as the document.
+    struct Listener
+    {
+        std::string_view list;
+        std::function<void(const kxJsonValue& element, const std::function<const kxJsonValue*()>& keep)> take;
+    };
+
     /// Parses `byteCount` bytes of UTF-8, which are taken over and changed; one byte more than that must be allocated. On
     /// failure `fault` says what was found and where. Takes no stack for nesting.
-    bool parse(std::unique_ptr<char[]> text, size_t byteCount, std::string& fault);
+    bool parse(std::unique_ptr<char[]> text, size_t byteCount, std::string& fault, const Listener* listener = nullptr);
     /// Parses a copy.
     bool parseCopy(std::string_view text, std::string& fault);
 
-    const kxJsonValue& getRoot() const { return *m_document; }
+    const kxJsonValue& getRoot() const { return m_root; }
 
 private:
+    bool parseValue(char*& at, rapidjson::Document& target, unsigned depth, std::string& fault);
+    bool parseRoot(char* at, const Listener& listener, std::string& fault);
+    bool parseList(char*& at, const Listener& listener, std::string& fault);
+    bool refuse(const char* at, const char* reason, std::string& fault) const;
+
     std::unique_ptr<char[]> m_text;
+    const char* m_begin = nullptr;
+    const char* m_end = nullptr;
+    rapidjson::Reader m_reader;
     std::unique_ptr<rapidjson::MemoryPoolAllocator<>> m_pool;
-    std::unique_ptr<rapidjson::Document> m_document;
+    kxJsonValue m_root;
+    std::deque<kxJsonValue> m_kept;
 };
 
 inline std::string_view textOf(const kxJsonValue& string)

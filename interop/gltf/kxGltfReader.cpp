@@ -60,7 +60,9 @@ bool kxGltfReader::read(kxDirectory& directory)
     bool done = false;
     try
     {
-        done = m_container.open(m_faults) && readAll();
+        const kxJsonDocument::Listener nodes{"nodes", [this](const kxJsonValue& json, const auto& keep)
+                                             { takeNode(json, keep); }};
+        done = m_container.open(m_faults, nodes) && readAll();
     }
     catch (const std::bad_alloc&)
     {

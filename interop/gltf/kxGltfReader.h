@@ -52,7 +52,23 @@ private:
         bool used = false;
     };
 
+    /// A node as it stands in the file. The nodes are most of a large scene, so they are taken from the text one by one
+    /// and kept short; one with more than a name, a place, a mesh and children keeps its JSON.
+    struct NodeRecord
+    {
+        kxStringRef name;
+        kxVec3f translation{0, 0, 0};
+        float rotation[4] = {0, 0, 0, 1};
+        kxVec3f scale{1, 1, 1};
+        uint32_t mesh = UINT32_MAX;
+        bool isObject = false;
+        bool isPlaced = false;
+        bool hasBrokenChildren = false;
+        const kxJsonValue* json = nullptr; // null when all is above
+    };
+
     bool readAll();
+    void takeNode(const kxJsonValue& json, const std::function<const kxJsonValue*()>& keep);
     bool checkVersion(const kxJsonValue& root);
     bool checkExtensions(const kxJsonValue& root);
     /// A list of objects at the root; an empty one when the file has none. Null, with the file refused, when it is none.
@@ -104,7 +120,8 @@ private:
     bool makeNodes();
     bool readSkins();
     bool readNodes();
-    bool readNode(const kxJsonValue& json, uint32_t index);
+    bool readNode(uint32_t index);
+    bool readWholeNode(const kxJsonValue& json, uint32_t index);
     void attachMesh(kxGroup& node, const kxJsonValue& json, const std::string& where);
     bool readInstances(kxSmartPointer<kxGroup>& outermost, const kxJsonValue& json, const std::string& where);
     bool linkNodes();
@@ -130,6 +147,7 @@ private:
     std::vector<Counted<kxLightAttr>> m_lights;
     std::vector<Mesh> m_meshes;
     std::vector<kxSmartPointer<kxSkin>> m_skins; // null for one that cannot be used
+    std::vector<NodeRecord> m_nodeRecords;
     std::vector<kxSmartPointer<kxGroup>> m_nodes;
     std::vector<uint32_t> m_childStart; // children of node i: m_children from m_childStart[i] to m_childStart[i + 1]
     std::vector<uint32_t> m_children;

@@ -116,43 +116,81 @@ bool kxGltfReader::readLights()
     return true;
 }
 
+void kxGltfReader::takeNode(const kxJsonValue& json, const std::function<const kxJsonValue*()>& keep)
+{
+    NodeRecord& record = m_nodeRecords.emplace_back();
+    m_childStart.push_back(static_cast<uint32_t>(m_children.size()));
+    record.isObject = json.IsObject();
+    if (!record.isObject)
+        return;
+    bool isPlain = true;
+    for (auto at = json.MemberBegin(); at != json.MemberEnd(); ++at)
+    {
+        const std::string_view key = textOf(at->name);
+        const kxJsonValue& value = at->value;
+        if (key == "name" && value.IsString())
+            record.name = kxStringRef(textOf(value));
+        else if (key == "translation")
+            isPlain &= readFloats(value, &record.translation.x, 3);
+        else if (key == "rotation")
+            isPlain &= readFloats(value, record.rotation, 4);
+        else if (key == "scale")
+            isPlain &= readFloats(value, &record.scale.x, 3);
+        else if (key == "mesh")
+            isPlain &= readIndex(value, record.mesh);
+        else if (key == "children")
+        {
+            record.hasBrokenChildren = !value.IsArray();
+            for (auto child = value.IsArray() ? value.Begin() : nullptr; child && child != value.End(); ++child)
+            {
+                uint32_t number = UINT32_MAX;
+                m_children.push_back(readIndex(*child, number) ? number : UINT32_MAX);
+            }
+        }
+        else
+            isPlain = false;
+        record.isPlaced |= key == "translation" || key == "rotation" || key == "scale" || key == "matrix";
+    }
+    if (!isPlain)
+        record.json = keep();
+}
+
 // A node's class depends on what refers to it, so skins and animations are looked at before.
 bool kxGltfReader::makeNodes()
 {
-    const kxJsonValue* list = listOf("nodes");
-    const kxJsonValue* skins = list ? listOf("skins") : nullptr;
+    if (!listOf("nodes")) // a list that is one has been taken
+        return false;
+    const kxJsonValue* skins = listOf("skins");
     const kxJsonValue* animations = skins ? listOf("animations") : nullptr;
     if (!animations)
         return false;
-    std::vector<bool> isJoint(list->Size()), isAnimated(list->Size());
+    const auto count = static_cast<uint32_t>(m_nodeRecords.size());
+    std::vector<bool> isJoint(count), isAnimated(count);
     for (auto skin = skins->Begin(); skin != skins->End(); ++skin)
         if (const kxJsonValue* joints = findMember(*skin, "joints"); joints && joints->IsArray())
             for (auto at = joints->Begin(); at != joints->End(); ++at)
-                if (uint32_t joint = 0; readIndex(*at, joint) && joint < isJoint.size())
+                if (uint32_t joint = 0; readIndex(*at, joint) && joint < count)
                     isJoint[joint] = true;
     forEachAnimatedNode(*animations,
                         [&](uint32_t node)
                         {
-                            if (node < isAnimated.size())
+                            if (node < count)
                                 isAnimated[node] = true;
                         });
 
-    m_nodes.reserve(list->Size());
+    m_nodes.reserve(count);
     auto& found = m_objects.lists[static_cast<size_t>(kxGltfKind::NODE)];
-    found.reserve(list->Size());
-    for (uint32_t i = 0; i < list->Size(); ++i)
+    found.reserve(count);
+    for (uint32_t i = 0; i < count; ++i)
     {
-        const kxJsonValue& json = (*list)[i];
-        bool placed = isAnimated[i];
-        for (auto at = json.MemberBegin(); at != json.MemberEnd() && !placed; ++at)
-        {
-            const std::string_view key = textOf(at->name);
-            placed = key == "matrix" || key == "translation" || key == "rotation" || key == "scale";
-        }
+        if (!m_nodeRecords[i].isObject)
+            return m_faults.refuse("nodes[%u] is not an object", i);
+        if (m_nodeRecords[i].hasBrokenChildren)
+            return m_faults.refuse("children of node %u are not an array", i);
         kxSmartPointer<kxGroup> node;
         if (isJoint[i])
             node = kxNew<kxJoint>();
-        else if (placed)
+        else if (isAnimated[i] || m_nodeRecords[i].isPlaced)
             node = kxNew<kxTransform>();
         else
             node = kxNew<kxGroup>();
@@ -161,7 +199,7 @@ bool kxGltfReader::makeNodes()
         m_nodes.push_back(node);
         found.push_back(node);
     }
-    for (uint32_t i = 0; i < list->Size(); ++i)
+    for (uint32_t i = 0; i < count; ++i)
     {
         if (isJoint[i])
             lock(m_nodes[i], "skin");
@@ -228,94 +266,85 @@ bool kxGltfReader::readSkins()
 
 bool kxGltfReader::readNodes()
 {
-    const kxJsonValue* list = listOf("nodes");
-    for (uint32_t i = 0; i < list->Size(); ++i)
-        if (!readNode((*list)[i], i))
+    for (uint32_t i = 0; i < m_nodes.size(); ++i)
+        if (!readNode(i))
             return false;
-    m_childStart.push_back(static_cast<uint32_t>(m_children.size()));
+    m_nodeRecords = {};
     return true;
 }
 
-bool kxGltfReader::readNode(const kxJsonValue& json, uint32_t index)
+bool kxGltfReader::readNode(uint32_t index)
+{
+    const NodeRecord& record = m_nodeRecords[index];
+    kxGroup& node = *m_nodes[index];
+    node._name = record.name;
+    if (record.json)
+        return readWholeNode(*record.json, index);
+    if (auto* transform = kxCast<kxTransform>(&node))
+    {
+        const float* q = record.rotation;
+        transform->setParts(record.translation, kxQuatf(q[3], q[0], q[1], q[2]), record.scale);
+    }
+    if (record.mesh < m_meshes.size())
+    {
+        node.appendChild(m_meshes[record.mesh].mesh);
+        m_meshes[record.mesh].used = true;
+    }
+    else if (record.mesh != UINT32_MAX)
+        m_faults.warn("mesh that does not exist is left out", kxFormat("node %u", index));
+    return true;
+}
+
+bool kxGltfReader::readWholeNode(const kxJsonValue& json, uint32_t index)
 {
     kxGroup& node = *m_nodes[index];
     const std::string where = kxFormat("node %u", index);
-    kxVec3f translation(0, 0, 0), scale(1, 1, 1);
-    float rotation[4] = {0, 0, 0, 1};
-    kxMatrix44f matrix;
-    bool hasMatrix = false, carries = false;
-    m_childStart.push_back(static_cast<uint32_t>(m_children.size()));
-    const kxJsonValue *mesh = nullptr, *camera = nullptr, *light = nullptr;
-    for (auto at = json.MemberBegin(); at != json.MemberEnd(); ++at)
-    {
-        const std::string_view key = textOf(at->name);
-        if (key == "name")
-            node._name = nameOf(json, "node", index);
-        else if (key == "translation")
-            readFloatsMember(json, "translation", &translation.x, 3, where);
-        else if (key == "rotation")
-            readFloatsMember(json, "rotation", rotation, 4, where);
-        else if (key == "scale")
-            readFloatsMember(json, "scale", &scale.x, 3, where);
-        else if (key == "matrix")
-        {
-            hasMatrix = true;
-            readFloatsMember(json, "matrix", matrix.getValue(), 16, where);
-        }
-        else if (key == "mesh")
-            mesh = &at->value;
-        else if (key == "camera")
-            camera = &at->value;
-        else if (key == "children")
-        {
-            if (!at->value.IsArray())
-                return m_faults.refuse("children of node %u are not an array", index);
-            for (auto child = at->value.Begin(); child != at->value.End(); ++child)
-            {
-                uint32_t number = 0;
-                if (readIndex(*child, number) && number < m_nodes.size())
-                    m_children.push_back(number);
-                else
-                    m_faults.warn("child that does not exist is left out", where);
-            }
-        }
-        else if (key != "skin" && key != "weights")
-            carries = true;
-    }
-    if (carries)
-        node._userData = m_carried.read(json, kNodeKeys);
+    nameOf(json, "node", index);
+    node._userData = m_carried.read(json, kNodeKeys);
     if (auto* transform = kxCast<kxTransform>(&node))
     {
-        if (hasMatrix)
+        if (findMember(json, "matrix"))
+        {
+            kxMatrix44f matrix;
+            readFloatsMember(json, "matrix", matrix.getValue(), 16, where);
             transform->setMatrix(matrix);
+        }
         else
+        {
+            kxVec3f translation(0, 0, 0), scale(1, 1, 1);
+            float rotation[4] = {0, 0, 0, 1};
+            readFloatsMember(json, "translation", &translation.x, 3, where);
+            readFloatsMember(json, "rotation", rotation, 4, where);
+            readFloatsMember(json, "scale", &scale.x, 3, where);
             transform->setParts(translation, kxQuatf(rotation[3], rotation[0], rotation[1], rotation[2]), scale);
+        }
     }
 
     const kxJsonValue* extensions = findMember(json, "extensions");
-    if (mesh)
+    if (findMember(json, "mesh"))
         attachMesh(node, json, where);
     else if (findMember(json, "skin") || findMember(json, "weights"))
         m_faults.warn("skin or weights of a node without mesh are left out", where);
     else if (extensions && findMember(*extensions, "EXT_mesh_gpu_instancing"))
         m_faults.warn("instances of a node without mesh are left out", where);
     uint32_t number = 0;
-    if (camera && readReference(json, "camera", m_cameras.size(), "camera", where, number))
+    if (readReference(json, "camera", m_cameras.size(), "camera", where, number))
     {
         node.appendChild(m_cameras[number].object);
         m_cameras[number].used = true;
     }
-    light = extensions ? findMember(*extensions, "KHR_lights_punctual") : nullptr;
-    if (light)
-        warnOthers(*light, {"light"}, where + ", KHR_lights_punctual");
-    if (light && !findMember(*light, "light"))
-        m_faults.warn("light that does not exist is left out", where);
-    if (light && readReference(*light, "light", m_lights.size(), "light", where, number))
+    if (const kxJsonValue* light = extensions ? findMember(*extensions, "KHR_lights_punctual") : nullptr)
     {
-        auto set = kxNew<kxLightSet>();
-        set->appendLightAttr(m_lights[number].object);
-        m_lights[number].used = true;
-        node.appendChild(set);
+        warnOthers(*light, {"light"}, where + ", KHR_lights_punctual");
+        if (!findMember(*light, "light"))
+            m_faults.warn("light that does not exist is left out", where);
+        else if (readReference(*light, "light", m_lights.size(), "light", where, number))
+        {
+            auto set = kxNew<kxLightSet>();
+            set->appendLightAttr(m_lights[number].object);
+            m_lights[number].used = true;
+            node.appendChild(set);
+        }
     }
     return !m_faults.isRefused();
 }
@@ -402,8 +431,24 @@ bool kxGltfReader::readInstances(kxSmartPointer<kxGroup>& outermost, const kxJso
 
 bool kxGltfReader::linkNodes()
 {
-    // Nodes without open parents are taken away until none is left; what stays lies on a cycle or below one.
     const auto count = static_cast<uint32_t>(m_nodes.size());
+    m_childStart.push_back(static_cast<uint32_t>(m_children.size()));
+    size_t kept = 0;
+    for (uint32_t i = 0; i < count; ++i)
+    {
+        const uint32_t begin = std::exchange(m_childStart[i], static_cast<uint32_t>(kept));
+        for (uint32_t k = begin; k < m_childStart[i + 1]; ++k)
+        {
+            if (m_children[k] < count)
+                m_children[kept++] = m_children[k];
+            else
+                m_faults.warn("child that does not exist is left out", kxFormat("node %u", i));
+        }
+    }
+    m_childStart[count] = static_cast<uint32_t>(kept);
+    m_children.resize(kept);
+
+    // Nodes without open parents are taken away until none is left; what stays lies on a cycle or below one.
     std::vector<uint32_t> parents(count), ready;
     m_isChild.resize(count);
     for (const uint32_t child : m_children)

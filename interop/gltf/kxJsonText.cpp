@@ -82,6 +82,14 @@ namespace
 template <class T>
 std::string_view print(char (&text)[40], T value)
 {
+    if constexpr (std::is_floating_point_v<T>)
+    {
+        // A reader would take -0 for an integer, which has no sign.
+        if (value == 0 && std::signbit(value))
+            return "-0.0";
+        if (!std::isfinite(value))
+            value = 0;
+    }
     const auto end = std::to_chars(text, text + sizeof text, value);
     return {text, static_cast<size_t>(end.ptr - text)};
 }
@@ -106,14 +114,14 @@ void kxJsonText::number(float value)
 {
     char text[40];
     separate();
-    put(print(text, std::isfinite(value) ? value : 0.0f));
+    put(print(text, value));
 }
 
 void kxJsonText::number(double value)
 {
     char text[40];
     separate();
-    put(print(text, std::isfinite(value) ? value : 0.0));
+    put(print(text, value));
 }
 
 void kxJsonText::raw(std::string_view json)
