@@ -1,9 +1,27 @@
 #include "opt/tracking/kxLockInterface.h"
 
+#include "opt/framework/kxLogInterface.h"
+#include "opt/framework/kxOptInterface.h"
+#include "opt/items/kxItemInterface.h"
+#include "opt/tracking/kxListenerInterface.h"
+#include "opt/tracking/kxLockBase.h"
+#include "opt/tracking/kxMessageInterface.h"
+
+#include <unordered_set>
+
 namespace Kel::Opt
 {
 
 KX_IMPLEMENT(kxLockInterface)
+
+/// The objects of one cache, for look-ups. The lists are fields that others may edit: their count says whether they
+/// did.
+struct kxLockInterface::Members
+{
+    const kxObjectList* list = nullptr;
+    uint32_t count = 0;
+    std::unordered_set<const kxObject*> objects;
+};
 
 void kxLockInterface::listFields(kxFields<kxLockInterface>& fields)
 {
@@ -12,7 +30,37 @@ void kxLockInterface::listFields(kxFields<kxLockInterface>& fields)
     fields.add(&kxLockInterface::_objectCacheLists, "_objectCacheLists", "for each cache, the locked objects");
 }
 
-bool kxLockInterface::getObjectCacheValid(const char* name) const
+kxLockInterface::kxLockInterface() = default;
+kxLockInterface::~kxLockInterface() = default;
+
+bool kxLockInterface::isLocked(kxObject* object)
+{
+    const kxMetaObject* base = kxLockBase::staticMetaObject();
+    if (m_knownRuleCount != base->getDerivedCount())
+    {
+        m_knownRuleCount = base->getDerivedCount();
+        m_ruleClasses.clear();
+        for (const kxMetaObject* type : base->getDerived())
+            if (!type->isAbstract())
+                m_ruleClasses.push_back(type);
+    }
+    for (size_t i = 0; i < m_ruleClasses.size(); ++i)
+    {
+        const auto rule = m_ruleClasses[i]->createInstanceRef<kxLockBase>();
+        // As `setupInterfaced` does, without a look at the fields.
+        rule->_optInterface = _optInterface;
+        rule->_itemInterface = _itemInterface;
+        rule->_listenerInterface = _listenerInterface;
+        rule->_messageInterface = _messageInterface;
+        rule->_lockInterface = this;
+        rule->_logInterface = _logInterface;
+        if (rule->isLocked(object))
+            return true;
+    }
+    return false;
+}
+
+bool kxLockInterface::isCacheValid(kxStringRef name) const
 {
     const int index = _objectCacheNames->find(name);
     return index >= 0 && _objectCacheValids->get(static_cast<uint32_t>(index));
@@ -21,11 +69,14 @@ bool kxLockInterface::getObjectCacheValid(const char* name) const
 void kxLockInterface::setObjectCacheValid(const char* name, bool valid)
 {
     const int index = _objectCacheNames->find(name);
-    if (index >= 0)
-        _objectCacheValids->set(static_cast<uint32_t>(index), valid);
+    if (index < 0)
+        return;
+    _objectCacheValids->set(static_cast<uint32_t>(index), valid);
+    if (static_cast<size_t>(index) < m_members.size())
+        m_members[static_cast<size_t>(index)] = nullptr;
 }
 
-kxObjectList* kxLockInterface::getObjectCache(const char* name)
+kxObjectList* kxLockInterface::getCache(kxStringRef name)
 {
     const int index = _objectCacheNames->find(name);
     if (index >= 0)
@@ -34,6 +85,25 @@ kxObjectList* kxLockInterface::getObjectCache(const char* name)
     _objectCacheValids->append(false);
     _objectCacheLists->append(kxNew<kxObjectList>());
     return _objectCacheLists->getLast();
+}
+
+bool kxLockInterface::isInCache(kxStringRef name, const kxObject* object)
+{
+    const kxObjectList* list = getCache(name);
+    if (list->isEmpty())
+        return false;
+    const auto index = static_cast<size_t>(_objectCacheNames->find(name));
+    if (index >= m_members.size())
+        m_members.resize(index + 1);
+    std::unique_ptr<Members>& members = m_members[index];
+    if (!members || members->list != list || members->count != list->getCount())
+    {
+        members = std::make_unique<Members>();
+        members->list = list;
+        members->count = list->getCount();
+        members->objects.insert(list->begin(), list->end());
+    }
+    return members->objects.contains(object);
 }
 
 } // namespace Kel::Opt

@@ -6,7 +6,14 @@
 namespace Kel::Opt
 {
 
-/// Queue of events. The driver empties it at the end of a run.
+/// Something that happened to the scene.
+class kxEvent : public kxObject
+{
+    KX_OBJECT(kxEvent, kxObject)
+};
+
+/// Queue of events. They wait until the run ends, so that a listener sees the scene whole, and not in the middle of an
+/// edit.
 class kxMessageInterface : public kxInterfaced
 {
     KX_OBJECT(kxMessageInterface, kxInterfaced)
@@ -14,7 +21,12 @@ class kxMessageInterface : public kxInterfaced
 
     kxSmartPointer<kxObjectList> _messageList = kxNew<kxObjectList>();
 
+    /// The events that wait, oldest first. Who edits the list decides what listeners hear.
     kxObjectList* getMessageList() const { return _messageList; }
+
+    /// Tells the listeners of each event, in order, and forgets it. Events that listeners queue meanwhile wait for the
+    /// next time. The driver calls it at the end of a run.
+    void clearMessageList();
 };
 
 } // namespace Kel::Opt
