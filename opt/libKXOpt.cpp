@@ -5,6 +5,7 @@
 #include "opt/framework/kxManager.h"
 #include "opt/framework/kxOptManager.h"
 #include "opt/image/kxImageClasses.h"
+#include "opt/items/kxItemClasses.h"
 #include "opt/items/kxItemInterface.h"
 #include "opt/iterate/kxIterateDerived.h"
 #include "opt/iterate/kxIterateField.h"
@@ -13,6 +14,7 @@
 #include "opt/iterate/kxOptTraverseGraph.h"
 #include "opt/iterate/kxOptVisitObject.h"
 #include "opt/scene/kxRepairHierarchy.h"
+#include "opt/scene/kxSceneClasses.h"
 #include "opt/scene/kxStatistics.h"
 #include "opt/tracking/kxListenerInterface.h"
 #include "opt/tracking/kxLockInterface.h"
@@ -41,6 +43,8 @@ void libKXOpt_arkRegister()
     kxRegisterClass<kxBase>("kxBase", "base of optimizations and of the driver");
     kxRegisterClass<kxOptConfiguration>("kxOptConfiguration", "policy of a run");
 
+    registerItemClasses();
+
     kxRegisterClass<kxIterateGraph>("kxIterateGraph", "walk over a scene graph");
     kxRegisterClass<kxIterateField>("kxIterateField", "cursor over the fields of a class");
     kxRegisterClass<kxIterateDerived>("kxIterateDerived", "cursor over the classes derived from one");
@@ -57,6 +61,7 @@ void libKXOpt_arkRegister()
     kxRegisterClass<kxAllNodeStatistics>("kxAllNodeStatistics", "statistics of all node types");
     kxRegisterClass<kxAllAttrStatistics>("kxAllAttrStatistics", "statistics of all attribute types");
     kxRegisterClass<kxStatistics>("kxStatistics", "prints what the scene holds, by type, with use and depth");
+    registerSceneClasses();
 
     registerImageClasses();
 

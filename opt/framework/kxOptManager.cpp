@@ -82,6 +82,11 @@ bool kxOptManager::apply(kxInfo* info)
         _stats = false;
         setSilent();
     }
+    // A script that asks for statistics is what enables them, wherever it was loaded from.
+    bool asksForStatistics = false;
+    if (_stats && (_registry->getValue(section, "_stats", asksForStatistics) ||
+                   _registry->getValue(section, "stats", asksForStatistics)))
+        kxStatistics::enableStatistics();
     int stepCount;
     if (!readStepCount(section, stepCount))
         return false;

@@ -1,0 +1,27 @@
+#include "opt/scene/kxSceneClasses.h"
+
+#include "opt/scene/kxCollapseHierarchy.h"
+#include "opt/scene/kxFlattenHierarchy.h"
+#include "opt/scene/kxPromoteAttrs.h"
+#include "opt/scene/kxRemoveAttrs.h"
+#include "opt/scene/kxShareAttrs.h"
+#include "opt/verify/kxVerifyMemory.h"
+#include "opt/verify/kxVerifyPicture.h"
+
+namespace Kel::Opt
+{
+
+void registerSceneClasses()
+{
+    kxRegisterClass<kxCollapseHierarchy>("kxCollapseHierarchy", "removes or replaces every object of one type");
+    kxRegisterClass<kxFlattenHierarchy>("kxFlattenHierarchy",
+                                        "removes plain groups and attribute sets where the picture stays the same");
+    kxRegisterClass<kxShareAttrs>("kxShareAttrs", "makes equal attributes of one type shared");
+    kxRegisterClass<kxPromoteAttrs>("kxPromoteAttrs", "sets attributes once above all that share them");
+    kxRegisterClass<kxRemoveAttrs>("kxRemoveAttrs", "removes all attributes of one type");
+    kxRegisterClass<kxVerifyMemory>("kxVerifyMemory", "pictures that a run remembers");
+    kxRegisterClass<kxVerifyPicture>("kxVerifyPicture",
+                                     "remembers the picture, later fails where another one is shown");
+}
+
+} // namespace Kel::Opt

@@ -1,0 +1,164 @@
+#include "opt/scene/kxShareAttrs.h"
+
+#include "opt/items/kxItemCall.h"
+#include "opt/iterate/kxIterateObject.h"
+#include "opt/scene/kxServices.h"
+#include "platform/sg/kxAnimationDatabase.h"
+
+namespace Kel::Opt
+{
+
+KX_IMPLEMENT(kxShareAttrs)
+
+/// The attributes kept, which are `_attributeList`, found by value.
+class kxShareAttrs::Pool
+{
+public:
+    Pool(kxShareAttrs& user, kxAttrList* list) : m_comparison(user), m_index(m_comparison), m_list(list)
+    {
+        for (kxAttr* attr : *list)
+            m_index.append(attr);
+    }
+
+    /// The attribute that is kept in the place of `attr`: the first alike one, or itself.
+    kxAttr* keep(kxAttr* attr)
+    {
+        // Many sets hold the same attribute: it is looked up once.
+        uint32_t& number = m_numbers[attr];
+        if (number == 0)
+        {
+            int found = m_index.find(attr);
+            if (found < 0)
+            {
+                found = static_cast<int>(m_index.getCount());
+                m_index.append(attr);
+                m_list->append(attr);
+            }
+            number = static_cast<uint32_t>(found) + 1;
+        }
+        return m_index.get(number - 1);
+    }
+
+private:
+    kxAttrComparison m_comparison;
+    kxAttrIndex m_index;
+    kxAttrList* m_list;
+    kxTSerialMap<uint32_t> m_numbers; // in the list, from 1, of attributes that were looked up
+};
+
+void kxShareAttrs::listFields(kxFields<kxShareAttrs>& fields)
+{
+    fields.add(&kxShareAttrs::_attributeType, "_attributeType", "type to share; derived types are shared too");
+    fields.add(&kxShareAttrs::_attributeList, "_attributeList",
+               "first attribute of each value met so far, kept from one scene to the next");
+    fields.add(&kxShareAttrs::_traversalName, "_traversalName", "item family that walks the scene");
+}
+
+kxShareAttrs::kxShareAttrs() = default;
+kxShareAttrs::~kxShareAttrs() = default;
+
+bool kxShareAttrs::configure(int)
+{
+    if (!_attributeType)
+    {
+        // The word is that of the promotion, which had the message first; hosts look for it.
+        printf("ERROR: There is no registered attr type for the promotion\n");
+        return false;
+    }
+    if (!isShareableAttrType(_attributeType))
+    {
+        printf("ERROR: The attribute %s can't be shared since it is not defined in kxAttrSet\n",
+               _attributeType->getName().c_str());
+        return false;
+    }
+    return true;
+}
+
+bool kxShareAttrs::applyInfo(kxInfo* info)
+{
+    const bool result = kxOptBase::applyInfo(info);
+    // The base has done the same already; a second time shares nothing more.
+    if (auto* database = kxCast<kxAnimationDatabase>(info))
+        return defaultApplyAnimationDatabase(database, this) || result;
+    return result;
+}
+
+bool kxShareAttrs::apply(kxSmartPointer<kxNode>& root)
+{
+    if (!root || !_attributeType)
+        return false;
+    const kxSmartPointer<kxIterateObject> walk(new (getCreationMemoryPool()) kxIterateObject);
+    walk->_itemInterface = _itemInterface;
+    walk->_traversalName = _traversalName;
+    walk->setVisitOnce(true);
+    walk->begin(root);
+    Pool pool(*this, _attributeList);
+    while (kxSmartPointer<kxObject> object = walk->getCurrent())
+    {
+        // Advance before editing: a replacement must not disturb the walk.
+        walk->getNext();
+        if (isCancelled(*this))
+            return false;
+        shareAttrs(object, _attributeType, pool);
+    }
+    return true;
+}
+
+void kxShareAttrs::shareAttrs(kxObject* object, const kxMetaObject* type, Pool& pool)
+{
+    if (isLocked(*this, object))
+    {
+        if (holdsAttrOfType(*this, object, type))
+            refuse("locked", object);
+        return;
+    }
+    if (!canEditAttrList(object))
+        return;
+    const kxSmartPointer<kxAttrList> attrs = getAttrList(object);
+    if (!attrs)
+        return;
+    for (kxAttr* attr : *attrs)
+    {
+        if (!attr || !attr->isOfType(type))
+            continue;
+        kxAttr* kept = pool.keep(attr);
+        if (kept != attr && replaceAttr(object, attr, kept))
+            count("attributes shared");
+    }
+}
+
+bool kxShareAttrs::isAttrAlike(kxAttr* a, kxAttr* b)
+{
+    return kxAttrComparison::isAlikeByItem(*this, a, b);
+}
+
+bool kxShareAttrs::canEditAttrList(kxObject* object)
+{
+    const kxItemNames& names = kxItemNames::get();
+    kxItemCall call(this, names.objectProperty, object);
+    return call && call.set(names.objectField, object).run(names.getProperty) &&
+           call.getFlag(names.canReplaceAttrField);
+}
+
+kxSmartPointer<kxAttrList> kxShareAttrs::getAttrList(kxObject* object)
+{
+    const kxItemNames& names = kxItemNames::get();
+    kxItemCall call(this, names.attrTraversal, object, kxItemCall::TRAVERSAL);
+    if (!call || !call.set(names.containerField, object).run(names.getChildList))
+        return nullptr;
+    return kxCast<kxAttrList>(call.getList(names.childListField));
+}
+
+bool kxShareAttrs::replaceAttr(kxObject* container, kxAttr* oldAttr, kxAttr* newAttr)
+{
+    const kxItemNames& names = kxItemNames::get();
+    kxItemCall call(this, names.replaceAttrItem, container);
+    if (!call)
+        return false;
+    call.set(names.containerField, container)
+        .set(names.oldAttrField, static_cast<kxObject*>(oldAttr))
+        .set(names.newAttrField, static_cast<kxObject*>(newAttr));
+    return call.run(names.replaceAttr);
+}
+
+} // namespace Kel::Opt
