@@ -9,9 +9,10 @@ namespace Kel::Opt
 namespace
 {
 
-bool collectFile(const char* path, kxDrawList& picture)
+bool collectFile(const char* path, kxFileOptions* fileOptions, kxDrawList& picture)
 {
     const auto service = kxNew<kxOptInterface>();
+    service->setFileOptions(fileOptions);
     kxSmartPointer<kxSceneInfo> scene;
     if (!service->loadFile(path, scene))
         return false;
@@ -24,11 +25,11 @@ bool collectFile(const char* path, kxDrawList& picture)
 } // namespace
 
 kxPictureResult comparePictures(const char* pathA, const char* pathB, const kxPictureComparison::Options& options,
-                                size_t maxLines)
+                                size_t maxLines, kxFileOptions* fileOptions)
 {
     kxPictureResult result;
     kxDrawList a, b;
-    if (!collectFile(pathA, a) || !collectFile(pathB, b))
+    if (!collectFile(pathA, fileOptions, a) || !collectFile(pathB, fileOptions, b))
         return result;
     kxPictureComparison comparison(options);
     result.answer = comparison.compare(a, b) ? kxPictureAnswer::SAME : kxPictureAnswer::DIFFERENT;

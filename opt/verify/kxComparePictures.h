@@ -2,6 +2,7 @@
 #pragma once
 
 #include "opt/verify/kxPictureComparison.h"
+#include "platform/core/kxFileOptions.h"
 
 namespace Kel::Opt
 {
@@ -26,7 +27,8 @@ struct kxPictureResult
 
 /// Compares what all scenes of two files show, cameras and lights included. Each file is let go of when its list has
 /// been made, so that one at a time is in memory.
+/// `fileOptions` are for loading; null for the defaults.
 kxPictureResult comparePictures(const char* pathA, const char* pathB, const kxPictureComparison::Options& options,
-                                size_t maxLines = 20);
+                                size_t maxLines = 20, kxFileOptions* fileOptions = nullptr);
 
 } // namespace Kel::Opt

@@ -23,6 +23,7 @@
 #include "platform/sg/kxTimeTransform.h"
 
 #include <algorithm>
+#include <limits>
 #include <tuple>
 
 namespace Kel::Opt
@@ -53,6 +54,18 @@ bool isPlaceSeen(const kxNode* node)
     return node->isOfType(kxLod::staticMetaObject()) || node->isOfType(kxBillboard::staticMetaObject()) ||
            node->isOfType(kxInstanceArray::staticMetaObject()) ||
            node->isOfType(kxModelViewMatrixBoneSelect::staticMetaObject());
+}
+
+// A level of detail that draws its one child at every distance.
+bool hasNoChoice(const kxGroup* group)
+{
+    const auto* lod = kxCast<kxLod>(group);
+    if (!lod || lod->getChildCount() != 1)
+        return false;
+    const kxFloatList* ranges = lod->_ranges;
+    const uint32_t rangeCount = ranges ? ranges->getCount() : 0;
+    return (rangeCount < 1 || ranges->get(0) <= 0) &&
+           (rangeCount < 2 || ranges->get(1) >= std::numeric_limits<float>::max());
 }
 
 bool isDriven(const kxNode* node)
@@ -173,14 +186,8 @@ private:
     {
         Step& step = m_path.back();
         step.childCount = group->getChildCount();
-        step.indexed = group->isChildOrderSignificant() != 0 && !group->isOfType(kxMesh::staticMetaObject());
-        if (isPlaceSeen(group))
-        {
-            step.placeSeen = true;
-            m_places.push_back(m_path.size() - 1);
-        }
-        if (const uint64_t hash = m_list.m_hash.hashDrawing(group).value)
-            step.conditions = combineHash(step.conditions, hash);
+        if (!hasNoChoice(group))
+            noteConditions(group);
 
         if (const auto* transform = kxCast<kxTransform>(group))
         {
@@ -214,6 +221,19 @@ private:
         }
         else if (const auto* actor = kxCast<kxActor>(group))
             step.skinned = step.skinned || actor->_skin;
+    }
+
+    void noteConditions(const kxGroup* group)
+    {
+        Step& step = m_path.back();
+        step.indexed = group->isChildOrderSignificant() != 0 && !group->isOfType(kxMesh::staticMetaObject());
+        if (isPlaceSeen(group))
+        {
+            step.placeSeen = true;
+            m_places.push_back(m_path.size() - 1);
+        }
+        if (const uint64_t hash = m_list.m_hash.hashDrawing(group).value)
+            step.conditions = combineHash(step.conditions, hash);
     }
 
     void enterPass(Step& step, uint32_t pass)

@@ -25,6 +25,7 @@ using kxAction = std::function<int()>;
 /// Each adds one command to the program. Parsing a command line that names the command sets `action`.
 void addRunCommand(CLI::App& program, kxAction& action);
 void addInspectCommand(CLI::App& program, kxAction& action);
+void addCompareCommand(CLI::App& program, kxAction& action);
 void addConvertCommand(CLI::App& program, kxAction& action);
 void addListCommand(CLI::App& program, kxAction& action);
 void addDescribeCommand(CLI::App& program, kxAction& action);

@@ -108,9 +108,11 @@ void kxFaultDump::afterStep(const kxRunStep& step, kxStepOutcome outcome, double
     if (m_scenePath.empty())
         return;
     forgetCrashes();
-    if (outcome != kxStepOutcome::FAILED)
+    const bool changed = m_verifier && m_verifier->hasLastStepChanged();
+    if (outcome != kxStepOutcome::FAILED && !changed)
         return removeFiles();
-    kxConsole::get().note(step.name.str() + " failed; to see it again: " + m_command);
+    kxConsole::get().note(step.name.str() + (changed ? " changed the picture" : " failed") +
+                          "; to see it again: " + m_command + (changed ? " --verify" : ""));
     m_scenePath.clear();
 }
 

@@ -11,6 +11,7 @@
 #include "opt/framework/kxManager.h"
 #include "opt/framework/kxOptManager.h"
 #include "opt/framework/kxUnreadKeys.h"
+#include "opt/verify/kxVerifyObserver.h"
 #include "platform/core/kxMappedFile.h"
 
 #include <CLI/CLI.hpp>
@@ -34,6 +35,8 @@ struct Settings
     std::string output;
     std::string report;
     std::string dump;
+    bool verify = false;
+    bool verifyEach = false;
     bool quiet = false;
     bool keepGoing = false;
     bool allowOutside = false;
@@ -121,8 +124,17 @@ private:
         m_driver->addObserver(m_host.get());
         m_driver->addObserver(&m_report);
         m_driver->addObserver(&m_unreadKeys);
+        if (m_settings.verify || m_settings.verifyEach)
+        {
+            m_verifier = std::make_unique<kxVerifyObserver>(m_settings.verifyEach ? kxVerifyObserver::EACH_STEP
+                                                                                  : kxVerifyObserver::AT_END);
+            m_driver->addObserver(m_verifier.get());
+        }
         if (m_dump)
+        {
+            m_dump->watch(m_verifier.get());
             m_driver->addObserver(m_dump.get());
+        }
         return true;
     }
 
@@ -137,10 +149,11 @@ private:
                 ++m_failedSteps;
                 console.error(m_settings.script + ": " + describeFault(step));
             }
+        const bool same = reportPicture();
         if (completed)
         {
-            m_summary.result = m_failedSteps ? "failed" : "done";
-            return m_failedSteps == 0;
+            m_summary.result = m_failedSteps || !same ? "failed" : "done";
+            return m_failedSteps == 0 && same;
         }
         const bool refused = !m_report.hasBegun() && !wasInterrupted();
         m_summary.result = refused ? "failed" : "cancelled";
@@ -160,6 +173,24 @@ private:
             if (const std::string nearest = findNearestOptimization(step.name); !nearest.empty())
                 text += "; did you mean " + nearest + "?";
         return text;
+    }
+
+    // Names what changed the picture, and where. True when nothing did, or nobody asked.
+    bool reportPicture() const
+    {
+        if (!m_verifier)
+            return true;
+        kxConsole& console = kxConsole::get();
+        for (const kxVerifyObserver::Change& change : m_verifier->getChanges())
+        {
+            console.error(change.step == 0
+                              ? m_settings.input + ": the picture has changed"
+                              : m_settings.script + ": [" + kxOptManager::optToken + std::to_string(change.step) +
+                                    "] " + change.name.str() + ": the picture has changed");
+            for (const std::string& line : change.lines)
+                console.error(m_settings.input + ": " + line);
+        }
+        return m_verifier->isSame();
     }
 
     std::string describeScriptFault() const
@@ -192,9 +223,11 @@ private:
         }
         if (!succeeded && !m_settings.keepGoing)
         {
-            console.error(output + ": not written, because " + std::to_string(m_failedSteps) + " of " +
-                          std::to_string(m_report.getSteps().size()) +
-                          " steps did not succeed (--keep-going writes it all the same)");
+            const std::string reason = m_failedSteps == 0
+                                           ? "the picture has changed"
+                                           : std::to_string(m_failedSteps) + " of " +
+                                                 std::to_string(m_report.getSteps().size()) + " steps did not succeed";
+            console.error(output + ": not written, because " + reason + " (--keep-going writes it all the same)");
             return false;
         }
         if (m_driver->getNoWrite())
@@ -225,6 +258,7 @@ private:
     kxSmartPointer<kxManager> m_services;
     kxRunReport m_report;
     kxUnreadKeyObserver m_unreadKeys;
+    std::unique_ptr<kxVerifyObserver> m_verifier;
     std::unique_ptr<kxFaultDump> m_dump;
     kxSmartPointer<kxOptManager> m_driver = kxNew<kxOptManager>(); // behind its observers: it goes before them
     kxRunReport::Summary m_summary;
@@ -247,6 +281,10 @@ void addRunCommand(CLI::App& program, kxAction& action)
         ->add_option("--dump", settings->dump,
                      "keep the scene before a step that fails, and a script of that step, in this folder")
         ->type_name("DIR");
+    CLI::Option* verify =
+        command->add_flag("--verify", settings->verify, "fail when the result shows another picture than the input");
+    command->add_flag("--verify-each", settings->verifyEach, "the same behind every step, which is named")
+        ->excludes(verify);
     command->add_flag("--keep-going", settings->keepGoing, "write the result although steps failed");
     command->add_flag("--quiet", settings->quiet, "print warnings and errors only");
     command->add_flag("--allow-outside", settings->allowOutside,

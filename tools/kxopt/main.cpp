@@ -41,6 +41,7 @@ int runProgram(int argc, char** argv)
     kxAction action;
     addRunCommand(program, action);
     addInspectCommand(program, action);
+    addCompareCommand(program, action);
     addConvertCommand(program, action);
     addListCommand(program, action);
     addDescribeCommand(program, action);
