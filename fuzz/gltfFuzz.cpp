@@ -23,7 +23,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         const std::string path = kxFormat("/proc/self/fd/%d", descriptor);
         const bool loaded = kxGltfReader(path.c_str(), *options).read(*directory);
         // Refusals say why, in one line; scenes that load say nothing on the error channel.
-        if (loaded == !reports.m_errors.empty() || std::count(reports.m_errors.begin(), reports.m_errors.end(), '\n') > 1)
+        if (loaded == !reports.m_errors.empty() ||
+            std::count(reports.m_errors.begin(), reports.m_errors.end(), '\n') > 1)
             __builtin_trap();
         if (loaded)
             kxGltfWriter("/dev/null", true).write(*directory);

@@ -125,8 +125,8 @@ bool kxOptManager::apply(kxInfo* info)
     }
     if (!completed)
         printCancelled();
-    else if (_messageInterface && _messageInterface->_messageList)
-        _messageInterface->_messageList->clear();
+    else if (_messageInterface)
+        _messageInterface->clearMessageList();
     for (kxRunObserver* observer : m_observers)
         observer->afterRun(run, completed);
     return completed;

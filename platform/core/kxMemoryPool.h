@@ -41,7 +41,7 @@ private:
     {
         kxMemoryPool* pool;
     };
-    static constexpr size_t kGrain = 8; // no class asks for more alignment, and what is rounded up is lost a million times
+    static constexpr size_t kGrain = 8; // no class asks for more alignment; what is rounded up is lost a million times
     // A power of two: the slab of a block is found by masking its address.
     static constexpr size_t kSlabBytes = 64 * 1024;
 

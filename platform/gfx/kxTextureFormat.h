@@ -74,8 +74,8 @@ struct kxTextureFormatInfo
     kxComponentBits red, green, blue, alpha, luminance;
     uint8_t otherBits; ///< bits of a pixel that are no component: its index, or the choice between two layouts
     uint8_t tileWidth, tileHeight;
-    KX_GFX_TEXTURE_FORMAT
-        unpacked; ///< format with one byte for each component; the format itself when it is that already
+    /// Format with one byte for each component; the format itself when it is that already.
+    KX_GFX_TEXTURE_FORMAT unpacked;
 
     constexpr bool isPacked() const { return unpacked != format; }
     constexpr bool isIndexed() const { return kind == INDICES; }

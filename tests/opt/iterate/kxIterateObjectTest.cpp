@@ -3,6 +3,7 @@
 #include "opt/items/kxChildContainer.h"
 #include "opt/items/kxItemNames.h"
 #include "platform/attrs/kxMaterialAttr.h"
+#include "platform/core/kxUserData.h"
 #include "platform/sg/kxAttrSet.h"
 #include "tests/opt/randomGraph.h"
 #include "tests/opt/testRun.h"
@@ -267,26 +268,26 @@ TEST_P(kxIterateObjectTest, TheSearchStartsBehindTheLastPoppedIndex)
     struct
     {
         const char* what;
-        const char* scene; // "n" and "m" appear below "s" while the walk is at "b"
+        const char* scene; // "n", "m" and "k" appear below "s" while the walk is at "b"
         const char* walked;
     } const rows[] = {
-        {"reached downwards: from the first", R"(Group "r"(Group#s "s", Group "b"(Group#s)))", "r rs rb rbsn rbsm"},
-        {"reached behind one sibling: from the second", R"(Group "r"(Group#s "s", Group "b", Group#s))", "r rs rb rsm"},
+        {"reached downwards: from the first", R"(Group "r"(Group#s "s", Group "b"(Group#s)))",
+         "r rs rb rbsn rbsm rbsk"},
+        {"reached behind the second child: from the third", R"(Group "r"(Group#s "s", Group "b", Group#s))",
+         "r rs rb rsk"},
     };
     for (const auto& row : rows)
     {
         const NamedScene scene(row.scene);
-        const NamedScene first(R"(Group "n")"), second(R"(Group "m")");
+        const NamedScene others[] = {NamedScene(R"(Group "n")"), NamedScene(R"(Group "m")"),
+                                     NamedScene(R"(Group "k")")};
         EXPECT_EQ(walk(scene.m_root,
                        [&](const std::string& name)
                        {
                            if (name != "b")
                                return;
-                           for (int i = 0; i < 2; ++i)
-                           {
-                               scene.group("s")->appendChild(first.m_root);
-                               scene.group("s")->appendChild(second.m_root);
-                           }
+                           for (const NamedScene& other : others)
+                               scene.group("s")->appendChild(other.m_root);
                            edited();
                        }),
                   row.walked)
@@ -426,18 +427,19 @@ TEST(kxIterateObject, CyclesEnd)
     const auto walk = kxNew<kxIterateObject>();
     walk->setItemInterface(run.m_manager->_itemInterface);
     EXPECT_EQ(walk->getTraversalName(), kxStringRef("kxObjectTraversal"));
-    std::vector<kxSmartPointer<kxObjectList>> lists;
+    std::vector<kxSmartPointer<kxUserData>> objects;
     for (int i = 0; i < 30; ++i)
-        lists.push_back(kxNew<kxObjectList>());
-    for (size_t i = 0; i < lists.size(); ++i)
+        objects.push_back(kxNew<kxUserData>());
+    for (size_t i = 0; i < objects.size(); ++i)
         for (size_t step : {1, 7, 12})
-            lists[i]->append(lists[(i + step) % lists.size()]);
+            objects[i]->addReference(objects[(i + step) % objects.size()]);
     std::set<kxObject*> met;
-    for (kxObject* object = walk->begin(lists[0]); object; object = walk->getNext())
+    for (kxObject* object = walk->beginOfType(objects[0], kxUserData::staticMetaObject()); object;
+         object = walk->getNextOfType(kxUserData::staticMetaObject()))
         EXPECT_TRUE(met.insert(object).second);
-    EXPECT_EQ(met.size(), lists.size());
-    for (const auto& list : lists)
-        list->clear();
+    EXPECT_EQ(met.size(), objects.size());
+    for (const auto& object : objects)
+        object->_references = nullptr;
 }
 
 TEST(kxIterateObject, LetsGoOfEverything)
