@@ -286,17 +286,13 @@ void kxObject::resetFields()
 int kxObject::traverseFields(kxTraverseCallback callback, void* context) const
 {
     int sum = 0;
-    auto visitList = [&](auto& self, const kxObjectList* list, const kxMetaField* field) -> void
+    // A list in a list is an object of its own: whoever goes on to it meets its elements. Going in here would never end
+    // where a list holds itself.
+    auto visitList = [&](const kxObjectList* list, const kxMetaField* field)
     {
         for (uint32_t i = 0; i < list->getCount(); ++i)
-        {
-            kxObject* element = list->get(i);
-            if (!element)
-                continue;
-            sum += callback(element, field, context);
-            if (const auto* inner = kxCast<kxObjectList>(element))
-                self(self, inner, field);
-        }
+            if (kxObject* element = list->get(i))
+                sum += callback(element, field, context);
     };
     for (const kxMetaField* field : getMetaObject()->getFields())
     {
@@ -309,10 +305,10 @@ int kxObject::traverseFields(kxTraverseCallback callback, void* context) const
             continue;
         sum += callback(object, field, context);
         if (const auto* list = kxCast<kxObjectList>(object))
-            visitList(visitList, list, field);
+            visitList(list, field);
     }
     if (const auto* list = kxCast<kxObjectList>(this))
-        visitList(visitList, list, nullptr);
+        visitList(list, nullptr);
     return sum;
 }
 

@@ -237,12 +237,14 @@ TEST(kxFlattenNode, NestedInstancesDoNotDoubleForEver)
         text = "Group(Group#g" + std::to_string(level) + "(" + text + "), Group#g" + std::to_string(level) + ")";
     TestRun run;
     const Kel::Test::TestScene scene = Kel::Test::parseScene(text);
-    std::vector<kxNode*> nodes;
+    std::vector<kxSmartPointer<kxNode>> nodes; // held: what is taken out is still counted
     forEachNodeOnce(
-        scene.root(), [](kxNode* node, void* context) { static_cast<std::vector<kxNode*>*>(context)->push_back(node); },
+        scene.root(),
+        [](kxNode* node, void* context)
+        { static_cast<std::vector<kxSmartPointer<kxNode>>*>(context)->emplace_back(node); },
         &nodes);
     size_t links = 0;
-    for (kxNode* node : nodes)
+    for (const auto& node : nodes)
     {
         auto* group = kxCast<kxGroup>(node);
         if (!group || decide(run, node, true).first != COLLAPSE_TREE)
@@ -256,7 +258,7 @@ TEST(kxFlattenNode, NestedInstancesDoNotDoubleForEver)
         }
         group->removeAllChildren();
     }
-    for (kxNode* node : nodes)
+    for (const auto& node : nodes)
         links += node->getParentCount();
     EXPECT_LT(links, 24u * 64u);
 }

@@ -157,6 +157,7 @@ protected:
 TEST_P(kxItemDispatch, InputsReachTheFieldsAndOutputsTheResult)
 {
     m_input->setFieldValue("_number", 3);
+    m_input->setFieldValue("_limit", 9); // of the type of the number, as the item wants it
     m_input->setFieldValue("_working", 5);
     m_input->setFieldValue("_extra", 5);
     const kxParameterSetWrapper result = apply("report");
@@ -180,7 +181,8 @@ TEST_P(kxItemDispatch, WhatDoesNotFitAFieldDoesNotGetIn)
     m_item->_object = m_group;
     m_input->setFieldValue("_object", 4);      // not a reference: the field stays as it was
     m_input->setFieldValue("_number", "many"); // the same
-    m_input->setFieldValue("_group", m_item);  // a reference of another type counts as null
+    m_input->setFieldValue("_limit", "few");
+    m_input->setFieldValue("_group", m_item); // a reference of another type counts as null
     const kxParameterSetWrapper result = apply("report");
     EXPECT_TRUE(result.hasSucceeded()) << result.getErrorMessage();
     EXPECT_EQ(m_item->_object.get(), m_group.get());
