@@ -120,7 +120,7 @@ bool kxJsonDocument::parse(std::unique_ptr<char[]> text, size_t byteCount, std::
     // Some writers fill up to a boundary with zero bytes.
     while (byteCount > 0 && begin[byteCount - 1] == '\0')
         --byteCount;
-    begin[byteCount] = '\0';
+    std::memset(begin + byteCount, 0, kBehindText);
     m_begin = begin;
     m_end = begin + byteCount;
     if (!isUtf8({begin, byteCount}))
@@ -243,7 +243,7 @@ bool kxJsonDocument::parseList(char*& at, const Listener& listener, std::string&
 
 bool kxJsonDocument::parseCopy(std::string_view text, std::string& fault)
 {
-    auto copy = std::make_unique_for_overwrite<char[]>(text.size() + 1);
+    auto copy = std::make_unique_for_overwrite<char[]>(text.size() + kBehindText);
     std::memcpy(copy.get(), text.data(), text.size());
     return parse(std::move(copy), text.size(), fault);
 }

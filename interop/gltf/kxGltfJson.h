@@ -25,6 +25,8 @@ class kxJsonDocument
 {
 public:
     static constexpr unsigned kMaxDepth = 512;
+    /// Bytes that must be allocated behind a text: its end, and what blocks of 16 bytes reach over it.
+    static constexpr size_t kBehindText = 16;
 
     /// Takes the elements of one long list of the root object one by one, so that they need not all be in memory at once;
     /// the list is not in the document then. An element lives until the call returns, but for what `keep` gives: the same
@@ -35,7 +37,7 @@ public:
         std::function<void(const kxJsonValue& element, const std::function<const kxJsonValue*()>& keep)> take;
     };
 
-    /// Parses `byteCount` bytes of UTF-8, which are taken over and changed; one byte more than that must be allocated. On
+    /// Parses `byteCount` bytes of UTF-8, which are taken over and changed; `kBehindText` more must be allocated. On
     /// failure `fault` says what was found and where. Takes no stack for nesting.
     bool parse(std::unique_ptr<char[]> text, size_t byteCount, std::string& fault, const Listener* listener = nullptr);
     /// Parses a copy.
