@@ -57,8 +57,7 @@ public:
         for (; m_slots[slot]; slot = (slot + 1) & (m_slots.size() - 1))
         {
             const kxStringRef::Entry* entry = m_slots[slot];
-            if (entry->hash == hash && entry->length == text.size() &&
-                std::memcmp(entry->text, text.data(), text.size()) == 0)
+            if (entry->hash == hash && std::string_view(entry->text, entry->length) == text)
                 return entry;
         }
         return m_slots[slot] = makeEntry(text, hash);

@@ -5,6 +5,7 @@
 #include "tools/kxopt/kxFaultDump.h"
 #include "tools/kxopt/kxRunHost.h"
 #include "tools/kxopt/kxRunReport.h"
+#include "tools/kxopt/kxRunSummary.h"
 #include "tools/kxopt/kxTarget.h"
 
 #include "opt/framework/kxLogInterface.h"
@@ -82,7 +83,10 @@ public:
         const bool completed = !wasInterrupted() && m_driver->apply(static_cast<kxInfo*>(nullptr));
         console.clearProgress();
         const bool succeeded = judge(completed);
+        m_summary.after = kxSceneAmounts::count(m_host->_file);
         const bool written = writeOutput(succeeded);
+        if (m_report.hasBegun() && !m_settings.quiet && m_services->_logInterface->_verbose)
+            std::fputs(describeRun(m_report.getSteps(), m_summary).c_str(), stdout);
         const bool reported = writeReport();
         return succeeded && written && reported ? kExitDone : kExitFailed;
     }
@@ -118,6 +122,7 @@ private:
         if (!loaded)
             return false;
         input.accept();
+        m_summary.before = kxSceneAmounts::count(m_host->_file);
 
         m_services->setup(m_driver);
         m_driver->setRegistry(script);

@@ -21,6 +21,13 @@ void writeFile(kxJsonWriter& json, const char* key, const std::string& path, uin
     json.endObject();
 }
 
+void writeAmounts(kxJsonWriter& json, const char* key, const kxSceneAmounts& amounts)
+{
+    json.key(key).beginObject();
+    amounts.forEach([&](const char* name, uint64_t amount) { json.member(name, amount); });
+    json.endObject();
+}
+
 void writeStep(kxJsonWriter& json, const kxRunReport::Step& step)
 {
     json.beginObject();
@@ -100,6 +107,8 @@ std::string kxRunReport::toJson(const Summary& summary) const
     json.member("script", summary.script);
     writeFile(json, "output", summary.output, summary.outputBytes);
     json.member("result", summary.result);
+    writeAmounts(json, "before", summary.before);
+    writeAmounts(json, "after", summary.after);
     json.key("steps").beginArray();
     for (const Step& step : m_steps)
         writeStep(json, step);

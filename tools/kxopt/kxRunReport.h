@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tools/kxopt/kxParameters.h"
+#include "tools/kxopt/kxSceneAmounts.h"
 
 #include "opt/framework/kxOptBase.h"
 #include "opt/framework/kxRunObserver.h"
@@ -38,6 +39,7 @@ public:
         std::string output; ///< empty when nothing was written
         uint64_t outputBytes = 0;
         std::string result; ///< "done", "failed" or "cancelled"
+        kxSceneAmounts before, after;
     };
 
     void beforeRun(const Opt::kxRun& run) override;

@@ -1,0 +1,41 @@
+// How much a scene holds, for the tables and reports of a run.
+#pragma once
+
+#include "platform/core/kxFileInfo.h"
+
+#include <cstdint>
+
+namespace Kel::Tool
+{
+
+/// Amounts that optimizations are there to make smaller, over all scenes of a file; what is shared counts once.
+struct kxSceneAmounts
+{
+    uint64_t nodes = 0;
+    uint64_t geometries = 0;
+    uint64_t triangles = 0;
+    uint64_t attributes = 0;
+    uint64_t materials = 0;
+    uint64_t textures = 0;
+    uint64_t images = 0;
+    uint64_t imageBytes = 0; ///< as they stand in the file; pixels of images that were changed and not yet encoded
+
+    /// Cost: one walk over the nodes.
+    static kxSceneAmounts count(const Core::kxFileInfo* file);
+
+    /// Calls `callback(name, amount)` for every amount, in the order above.
+    template <class F>
+    void forEach(F callback) const
+    {
+        callback("nodes", nodes);
+        callback("geometries", geometries);
+        callback("triangles", triangles);
+        callback("attributes", attributes);
+        callback("materials", materials);
+        callback("textures", textures);
+        callback("images", images);
+        callback("imageBytes", imageBytes);
+    }
+};
+
+} // namespace Kel::Tool
