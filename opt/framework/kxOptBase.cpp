@@ -203,6 +203,8 @@ bool defaultApplyAnimationDatabase(kxAnimationDatabase* database, kxOptBase* opt
     for (uint32_t i = 0; i < database->getSkinList()->getCount(); ++i)
     {
         const kxSmartPointer<kxSkin> skin = database->getSkinList()->get(i);
+        if (!skin) // of a class that the program which loaded the file does not have
+            continue;
         kxSmartPointer<kxNode> graph = skin->getSkinnedGraph();
         if (!optimization->canOptimize(graph.get()))
             continue;

@@ -2,6 +2,7 @@
 
 #include "opt/iterate/kxIterateDerived.h"
 #include "opt/libKXOpt.h"
+#include "opt/tracking/kxLockInterface.h"
 #include "platform/core/kxKXBFile.h"
 #include "platform/core/kxReport.h"
 #include "platform/core/kxResource.h"
@@ -114,6 +115,8 @@ bool kxOptInterface::loadFile(const char* path, kxSmartPointer<kxSceneInfo>& sce
     if (!_file)
         _file = kxNew<kxFileInfo>();
     _file->reset();
+    if (_lockInterface)
+        _lockInterface->forgetCaches();
     _file->registerFile(directory);
     _file->_directory = keepInfoEntries(*directory);
     if (!hasScene)
@@ -181,7 +184,7 @@ void kxOptInterface::makeNameUnique(const char* folder, kxSmartPointer<kxStringO
 void kxOptInterface::addExternalReference(kxExternalDirEntry* entry)
 {
     if (_file && entry)
-        _file->addExternalReference(entry->getPath(), entry->getObject());
+        _file->addExternalReference(entry);
 }
 
 kxExternalDirEntry* kxOptInterface::getExternalEntry(kxObject* object) const

@@ -19,7 +19,7 @@ class kxOptInterface : public kxInterfaced
 
     kxSmartPointer<kxMetaObjectList> _optimizationList = kxNew<kxMetaObjectList>();
     kxStringRef _filePath{""};
-    kxSmartPointer<kxFileInfo> _file = kxNew<kxFileInfo>();
+    kxSmartPointer<kxFileInfo> _file;
     kxSmartPointer<kxInfoList> _disabledInfos = kxNew<kxInfoList>();
 
     // Hooks for hosts.

@@ -1,6 +1,7 @@
 // The driver's loop. Its texts are what hosts and scripts parse: they stay as they are, slips included.
 #include "opt/framework/kxOptManager.h"
 
+#include "opt/framework/kxLogInterface.h"
 #include "opt/items/kxItemInterface.h"
 #include "opt/scene/kxRepairHierarchy.h"
 #include "opt/scene/kxStatistics.h"
@@ -75,6 +76,12 @@ bool kxOptManager::apply(kxInfo* info)
         return false;
     }
     configureFields(this, _registry, section, _optInterface);
+    // A script that asks for statistics is what enables them, wherever it was loaded from; a silent run only leaves out
+    // those of the driver.
+    bool asksForStatistics = false;
+    if (_stats && (_registry->getValue(section, "_stats", asksForStatistics) ||
+                   _registry->getValue(section, "stats", asksForStatistics)))
+        kxStatistics::enableStatistics();
     if (_verbose)
         setVerbose();
     else
@@ -82,11 +89,6 @@ bool kxOptManager::apply(kxInfo* info)
         _stats = false;
         setSilent();
     }
-    // A script that asks for statistics is what enables them, wherever it was loaded from.
-    bool asksForStatistics = false;
-    if (_stats && (_registry->getValue(section, "_stats", asksForStatistics) ||
-                   _registry->getValue(section, "stats", asksForStatistics)))
-        kxStatistics::enableStatistics();
     int stepCount;
     if (!readStepCount(section, stepCount))
         return false;
@@ -215,6 +217,8 @@ kxOptManager::StepResult kxOptManager::runStep(kxRunStep& step, kxSmartPointer<k
     optimization->setConfiguration(own ? own : _configuration);
     optimization->_optInterface = _optInterface;
     optimization->_itemInterface = _itemInterface;
+    if (_logInterface)
+        optimization->_logInterface = _logInterface;
     optimization->setRegistry(_registry);
 
     optimization->autoConfigure(step.section);

@@ -125,8 +125,9 @@ bool kxCollapseNodeForNode::canSplice(const kxGroup* group)
     const uint32_t parentCount = group->getParentCount();
     if (parentCount == 0)
         return false;
-    // Children are added behind the others and the group goes: both shift positions, which must not mean anything.
-    for (uint32_t i = 0; i < parentCount; ++i)
+    // An only child takes the place of the group. Several are added behind the others and the group goes: both shift
+    // positions, which must not mean anything then.
+    for (uint32_t i = 0; i < parentCount && group->getChildCount() != 1; ++i)
         if (group->getParent(i)->isChildOrderSignificant() != 0)
             return false;
     return group->getChildCount() == 0 || !group->getChildList()->contains(nullptr);

@@ -46,9 +46,13 @@ void kxItemTable::copyInput(const kxParameterSet* input, kxItemBase* item) const
             parameter.field->copyValue(target, value);
         else
         {
-            // An object of another type counts as none; the item's pointer must not get to see it.
+            // An object of another type counts as none; the item's pointer must not get to see it. A list to be filled
+            // stays what the item made it, so that there is a result.
             kxObject* object = parameter.reference->getObject(value);
-            parameter.reference->setObject(target, parameter.reference->accepts(object) ? object : nullptr);
+            const bool accepted = parameter.reference->accepts(object);
+            if (!accepted && kxCast<kxObjectList>(parameter.reference->getObject(target)))
+                continue;
+            parameter.reference->setObject(target, accepted ? object : nullptr);
         }
     }
 }
@@ -154,10 +158,13 @@ kxSmartPointer<kxParameterSetConstraintList> kxItemBase::getDefaultConstraints()
     for (const kxMetaObject* type : kxParameterSetConstraint::staticMetaObject()->getDerived())
     {
         auto constraint = type->createInstanceRef<kxParameterSetConstraint>();
-        for (const kxMetaField* field : getMetaObject()->getFields())
+        for (kxMetaField* field : getMetaObject()->getFields())
         {
             if (!constraint)
                 break;
+            // A parameter that is not required may be missing: the field has a default.
+            if (type == kxParameterExist::staticMetaObject() && !field->hasFlag(kxMetaField::REQUIRED))
+                continue;
             if (!field->getOwner()->isDerivedFrom(kxItemBase::staticMetaObject()) ||
                 constraint->setupDefaultConstraint(field) != kSuccess)
                 continue;

@@ -143,8 +143,9 @@ KX_ALLOWED(kxObjectPropertyForLod, kxLod, REPLACE, NONE)
 // In spite of its name this one is registered for levels of detail, where hosts look for it; it must not allow more
 // than theirs.
 KX_ALLOWED(kxObjectPropertyForProjectiveShadowShader, kxLod, REPLACE, NONE)
-// The order of a mesh's geometries is part of the mesh: files and materials by index refer to it.
-KX_ALLOWED(kxObjectPropertyForMesh, kxMesh, REPLACE, NONE)
+// The order of a mesh's geometries is part of the mesh, but they are drawn alike: the mesh says by its order query that
+// none may move, and decisions that would move them ask for it.
+KX_ALLOWED(kxObjectPropertyForMesh, kxMesh, ALL, NONE)
 
 // These draw their children in a space of their own: by a skin, or once for each element of an array. What comes in
 // from elsewhere, or goes, would be drawn elsewhere.

@@ -46,11 +46,11 @@ void kxIterateObject::setVisitOnce(bool once)
 
 void kxIterateObject::setCurrentPath(kxObjectList* path)
 {
-    _currentPath = path;
+    _currentPath = path ? kxSmartPointer<kxObjectList>(path) : kxNew<kxObjectList>();
     _cachedChildList->clear();
     m_searched.clear();
     forgetSearches();
-    for (kxObject* object : *path)
+    for (kxObject* object : *_currentPath)
     {
         // The children of a path that the walk has not gone are fetched as they are needed.
         _cachedChildList->append(nullptr);
@@ -88,7 +88,7 @@ void kxIterateObject::noticeEdits()
 {
     const auto* container = kxCast<kxChildContainer>(m_traversal);
     const uint64_t changeCount = container ? container->getChangeCount() : 0;
-    if (changeCount == 0 || changeCount != m_changeCount)
+    if (!m_structureFixed && (changeCount == 0 || changeCount != m_changeCount))
         ++m_epoch;
     m_changeCount = changeCount;
 }
@@ -185,7 +185,7 @@ kxObject* kxIterateObject::getNext()
         if (isNew)
         {
             // All its children are gone through in the steps that follow.
-            if (_visitOnce && m_changeCount != 0)
+            if (_visitOnce && areEditsTold())
                 m_searched[child].epoch = m_epoch;
             return child;
         }
@@ -265,7 +265,9 @@ bool kxIterateObject::spliceCurrent(kxObject* inPlace, const kxObjectList* appen
 {
     if (!isNotFirst())
         return false;
-    forgetSearches();
+    // What can be reached has become no more: searches in vain stay in vain.
+    if (!m_structureFixed)
+        forgetSearches();
     const kxSmartPointer<kxObject> old = getCurrent();
     const int32_t index = pop();
     kxObjectList* children = _cachedChildList->getLast();

@@ -44,6 +44,10 @@ class kxIterateObject : public kxObject
     void setTraversalName(kxStringRef name) { _traversalName = name; }
     bool getVisitOnce() const { return _visitOnce; }
     void setVisitOnce(bool once);
+    /// Tells the walk that nobody edits the structure while it goes on but the client, who says so by `replaceCurrent`,
+    /// `spliceCurrent`, `removeLastObject` and `updateChildList`: what is shared is then not searched again at every
+    /// step.
+    void setStructureFixed(bool fixed) { m_structureFixed = fixed; }
     /// A path of the caller's, with indices to match; the walk goes on from it.
     void setCurrentPath(kxObjectList* path);
     void setCurrentIndices(kxIntList* indices) { _currentIndices = indices; }
@@ -79,8 +83,8 @@ class kxIterateObject : public kxObject
     /// For an edit that took the current object out of its parent, put `inPlace` in its place (null: nothing) and added
     /// `appended` (null: nothing) behind the parent's other children: makes the parent current and goes on behind the
     /// place of the object. The same as `removeLastObject` and `updateChildList`, without going through all children
-    /// again, which in a parent of a million would cost a million steps for each edit. False when the current object is
-    /// the root, or there is none.
+    /// again, which in a parent of a million would cost a million steps for each edit. `inPlace` and `appended` were below
+    /// the object. False when the current object is the root, or there is none.
     bool spliceCurrent(kxObject* inPlace, const kxObjectList* appended);
 
 protected:
@@ -101,6 +105,8 @@ private:
     /// True when a search among the children of an object that was met again, from `start` on, would find nothing;
     /// otherwise notes that it is made.
     bool isSearched(const kxObject* object, int32_t start);
+    /// True when edits are made known, by the client or by the traversal.
+    bool areEditsTold() const { return m_structureFixed || m_changeCount != 0; }
     void noticeEdits();
     void forgetSearches();
 
@@ -108,6 +114,7 @@ private:
     kxSmartPointer<kxItemBase> m_traversal; // last one used: tells whether the structure was edited
     uint64_t m_changeCount = 0;             // what it told at the last step
     kxTSerialMap<Searched> m_searched;
+    bool m_structureFixed = false;
     uint32_t m_epoch = 0;       // changes when a search may find more than before
     bool m_resume = false;      // the next step goes on among the current object's children ...
     int32_t m_resumeBehind = 0; // ... behind this one

@@ -1,7 +1,9 @@
 #include "opt/parameters/kxParameterSetConstraint.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <string>
 
 namespace Kel::Opt
 {
@@ -36,19 +38,21 @@ void kxParameterNonNull::listFields(kxFields<kxParameterNonNull>& fields)
     fields.add(&kxParameterNonNull::_fieldName, "_fieldName", "name of the parameter");
 }
 
-kxResult kxParameterSetConstraint::setupDefaultConstraint(const kxMetaField*)
+kxResult kxParameterSetConstraint::setupDefaultConstraint(kxMetaField*)
 {
     return kSuccess;
 }
 
 kxResult kxParameterSetConstraint::fail(const char* format, ...)
 {
-    char text[1024];
-    va_list arguments;
+    va_list arguments, again;
     va_start(arguments, format);
-    std::vsnprintf(text, sizeof text, format, arguments);
+    va_copy(again, arguments);
+    std::string text(static_cast<size_t>(std::max(0, std::vsnprintf(nullptr, 0, format, arguments))), '\0');
+    std::vsnprintf(text.data(), text.size() + 1, format, again);
+    va_end(again);
     va_end(arguments);
-    setErrorMessage(text);
+    setErrorMessage(text.c_str());
     return kFailure;
 }
 
@@ -81,12 +85,12 @@ kxResult kxParameterExist::checkParameter(kxParameterSet* set)
     return kSuccess;
 }
 
-kxResult kxParameterExist::setupDefaultConstraint(const kxMetaField* field)
+kxResult kxParameterExist::setupDefaultConstraint(kxMetaField* field)
 {
     _fieldName = field->getName();
     _fieldType = field->getMetaObject();
     _referenceType = const_cast<kxMetaObject*>(field->getReferencedType());
-    return field->hasFlag(kxMetaField::REQUIRED) ? kSuccess : kFailure;
+    return kSuccess;
 }
 
 kxResult kxParameterMatch::checkParameter(kxParameterSet* set)
@@ -100,7 +104,7 @@ kxResult kxParameterMatch::checkParameter(kxParameterSet* set)
     return one && two && one->getMetaObject() == two->getMetaObject() ? kSuccess : kFailure;
 }
 
-kxResult kxParameterMatch::setupDefaultConstraint(const kxMetaField*)
+kxResult kxParameterMatch::setupDefaultConstraint(kxMetaField*)
 {
     return kFailure;
 }
@@ -119,7 +123,7 @@ kxResult kxParameterNonNull::checkParameter(kxParameterSet* set)
     return kSuccess;
 }
 
-kxResult kxParameterNonNull::setupDefaultConstraint(const kxMetaField* field)
+kxResult kxParameterNonNull::setupDefaultConstraint(kxMetaField* field)
 {
     const kxMetaObject* type = field->getMetaObject();
     const bool nullable = type->isDerivedFrom(kxObjectField::staticMetaObject()) ||

@@ -21,7 +21,7 @@ class kxParameterSetConstraint : public kxObject
     virtual kxResult checkParameter(kxParameterSet* set) = 0;
     /// Takes from an item's field what the constraint asks of the parameter of that name. Failure says that the
     /// constraint asks nothing of such a field. A derived class that does not care is asked for every field.
-    virtual kxResult setupDefaultConstraint(const kxMetaField* field);
+    virtual kxResult setupDefaultConstraint(kxMetaField* field);
 
 protected:
     /// Stores the message; always the failure.
@@ -50,9 +50,8 @@ class kxParameterExist : public kxParameterSetConstraint
     void setReferenceType(kxMetaObject* type) { _referenceType = type; }
 
     kxResult checkParameter(kxParameterSet* set) override;
-    /// Takes name and types of any field, but succeeds only for a required one: other fields have a default that stands
-    /// in for a missing parameter.
-    kxResult setupDefaultConstraint(const kxMetaField* field) override;
+    /// Takes name and types of any field.
+    kxResult setupDefaultConstraint(kxMetaField* field) override;
 };
 
 /// Two parameters have the same kind of value, or are the same, or are both missing.
@@ -71,7 +70,7 @@ class kxParameterMatch : public kxParameterSetConstraint
 
     kxResult checkParameter(kxParameterSet* set) override;
     /// Always fails: a single field says nothing about a second one.
-    kxResult setupDefaultConstraint(const kxMetaField* field) override;
+    kxResult setupDefaultConstraint(kxMetaField* field) override;
 };
 
 /// The parameter exists and, if it is an object or a string, is not null.
@@ -87,7 +86,7 @@ class kxParameterNonNull : public kxParameterSetConstraint
 
     kxResult checkParameter(kxParameterSet* set) override;
     /// Succeeds for required objects and strings.
-    kxResult setupDefaultConstraint(const kxMetaField* field) override;
+    kxResult setupDefaultConstraint(kxMetaField* field) override;
 };
 
 } // namespace Kel::Opt

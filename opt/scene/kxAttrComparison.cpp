@@ -2,6 +2,7 @@
 
 #include "opt/items/kxCompareAttr.h"
 #include "opt/items/kxItemCall.h"
+#include "opt/tracking/kxLockInterface.h"
 
 namespace Kel::Opt
 {
@@ -76,8 +77,12 @@ uint64_t kxAttrComparison::getKey(kxAttr* attr)
     uint64_t& key = m_keys[attr];
     if (key == 0)
     {
+        // A locked attribute is like none but itself; by its value it would be compared with all that look like it.
+        const bool isLocked = isHashed(attr) && m_user._lockInterface && m_user._lockInterface->isLocked(attr);
         const uint64_t parts[3] = {attr->getMetaObject()->getIndex(), attr->getUnit(),
-                                   isHashed(attr) ? attr->hashShallow() : 0};
+                                   isLocked         ? ~uint64_t(attr->getSerial())
+                                   : isHashed(attr) ? attr->hashShallow()
+                                                    : 0};
         key = hashBytes(parts, sizeof parts) | 1;
     }
     return key;

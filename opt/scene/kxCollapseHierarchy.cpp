@@ -37,6 +37,7 @@ bool kxCollapseHierarchy::apply(kxSmartPointer<kxNode>& root)
     const kxSmartPointer<kxIterateObject> walk(new (getCreationMemoryPool()) kxIterateObject);
     walk->_itemInterface = _itemInterface;
     walk->_traversalName = _traversalName;
+    walk->setStructureFixed(doesOwnSteps()); // each edit is told
     walk->begin(root);
     while (walk->getCurrent())
     {
@@ -57,6 +58,8 @@ bool kxCollapseHierarchy::collapseHierarchy(kxIterateObject* walk)
     const kxSmartPointer<kxObject> object = walk->getCurrent();
     if (!object || !object->isOfExactType(_nodeType))
         return false;
+    m_rights.object = nullptr;
+    m_parents = nullptr;
     if (isLocked(*this, object))
     {
         leaveAlone("locked", object);
@@ -80,7 +83,7 @@ bool kxCollapseHierarchy::collapseHierarchy(kxIterateObject* walk)
         mode == NO_CHANGE || !call.get(names.replaceNodeField, replaceNode))
         return false;
 
-    const kxSmartPointer<kxObjectList> parents = getParentList(object);
+    const kxSmartPointer<kxObjectList> parents = m_parents ? m_parents : getParentList(object);
     if (!parents || (parents->isEmpty() && mode != REPLACE_TREE))
         return false;
     const kxSmartPointer<kxObjectList> children = getChildList(object);
@@ -188,6 +191,8 @@ bool kxCollapseHierarchy::canEditHierarchy(kxObject* object)
     for (kxObject* parent : *parents)
         if (!canReplaceChild(parent) || !canEditChildList(parent))
             return false;
+    if (doesOwnSteps())
+        m_parents = parents;
     return true;
 }
 
@@ -234,6 +239,7 @@ void kxCollapseHierarchy::addChild(kxObject* container, kxObject* child)
 void kxCollapseHierarchy::childContainer(kxStringRef functionName, kxObject* container, kxObject* child)
 {
     const kxItemNames& names = kxItemNames::get();
+    m_rights.object = nullptr;
     kxItemCall call(this, names.childEdit, container);
     if (call)
         call.set(names.containerField, container).set(names.childField, child).run(functionName);
@@ -242,6 +248,7 @@ void kxCollapseHierarchy::childContainer(kxStringRef functionName, kxObject* con
 void kxCollapseHierarchy::replaceChild(kxObject* container, kxObject* oldChild, kxObject* newChild)
 {
     const kxItemNames& names = kxItemNames::get();
+    m_rights.object = nullptr;
     kxItemCall call(this, names.replaceChildItem, container);
     if (call)
         call.set(names.containerField, container)
@@ -250,20 +257,29 @@ void kxCollapseHierarchy::replaceChild(kxObject* container, kxObject* oldChild, 
             .run(names.replaceChild);
 }
 
+const kxCollapseHierarchy::Rights& kxCollapseHierarchy::getRights(kxObject* object)
+{
+    if (object && object == m_rights.object)
+        return m_rights;
+    const kxItemNames& names = kxItemNames::get();
+    m_rights = {};
+    kxItemCall call(this, names.objectProperty, object);
+    if (!call || !call.set(names.objectField, object).run(names.getProperty))
+        return m_rights;
+    m_rights.object = object;
+    m_rights.replace = call.getFlag(names.canReplaceChildField);
+    m_rights.edit = call.getFlag(names.canAddChildField) && call.getFlag(names.canRemoveChildField);
+    return m_rights;
+}
+
 bool kxCollapseHierarchy::canEditChildList(kxObject* object)
 {
-    const kxItemNames& names = kxItemNames::get();
-    kxItemCall call(this, names.objectProperty, object);
-    return call && call.set(names.objectField, object).run(names.getProperty) && call.getFlag(names.canAddChildField) &&
-           call.getFlag(names.canRemoveChildField);
+    return getRights(object).edit;
 }
 
 bool kxCollapseHierarchy::canReplaceChild(kxObject* object)
 {
-    const kxItemNames& names = kxItemNames::get();
-    kxItemCall call(this, names.objectProperty, object);
-    return call && call.set(names.objectField, object).run(names.getProperty) &&
-           call.getFlag(names.canReplaceChildField);
+    return getRights(object).replace;
 }
 
 } // namespace Kel::Opt

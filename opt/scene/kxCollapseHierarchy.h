@@ -47,6 +47,15 @@ protected:
     virtual bool canReplaceChild(kxObject* object);
 
 private:
+    /// What the property item of an object says about its children.
+    struct Rights
+    {
+        const kxObject* object = nullptr;
+        bool replace = false;
+        bool edit = false;
+    };
+
+    const Rights& getRights(kxObject* object);
     kxSmartPointer<kxObjectList> getObjectList(kxObject* object, kxStringRef functionName, kxStringRef resultField);
     void childContainer(kxStringRef functionName, kxObject* container, kxObject* child);
     void leaveAlone(const char* reason, const kxObject* object);
@@ -57,6 +66,9 @@ private:
                      const kxObjectList& children);
 
     kxTSerialMap<bool> m_left; // objects that are reported as left alone
+    // Answers of the current step, kept until something is edited: a parent is asked three times, an object twice.
+    Rights m_rights;
+    kxSmartPointer<kxObjectList> m_parents;
 };
 
 } // namespace Kel::Opt

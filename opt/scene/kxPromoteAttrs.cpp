@@ -114,10 +114,19 @@ bool kxPromoteAttrs::configure(int)
     return _attributeType && isShareableAttrType(_attributeType);
 }
 
+bool kxPromoteAttrs::applyToInfos()
+{
+    m_hasNothing = false;
+    return kxOptBase::applyToInfos() || (!m_hasNothing && _instantiatedNodes->isEmpty());
+}
+
 bool kxPromoteAttrs::apply(kxSmartPointer<kxNode>& root)
 {
     if (!root || !_attributeType)
+    {
+        m_hasNothing = true;
         return false;
+    }
     if (const kxSmartPointer<kxAttr> attr = promoteAttributes(root, nullptr))
     {
         if (auto* set = kxCast<kxAttrSet>(root))

@@ -58,6 +58,9 @@ class kxPromoteAttrs : public kxOptBase
 
     bool configure(int section) override;
     bool apply(kxSmartPointer<kxNode>& root) override;
+    /// Graphs of one file may share nodes: what one leaves open a later one completes, so only what is open behind the
+    /// last is a failure.
+    bool applyToInfos() override;
 
 protected:
     ~kxPromoteAttrs() override;
@@ -78,6 +81,8 @@ private:
     struct Instance;
     struct Frame;
     class Walk;
+
+    bool m_hasNothing = false; // a graph was null, or there was no type to promote
 
     void setAbove(kxGroup* group, Frame& frame);
 

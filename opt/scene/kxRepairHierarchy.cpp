@@ -6,7 +6,11 @@
 // the shape.
 #include "opt/scene/kxRepairHierarchy.h"
 
+#include "opt/framework/kxOptInterface.h"
 #include "opt/iterate/kxIterateGraph.h"
+#include "platform/sg/kxAnimationDatabase.h"
+#include "platform/sg/kxSceneInfo.h"
+#include "platform/sg/kxSkin.h"
 
 #include <algorithm>
 #include <unordered_set>
@@ -211,6 +215,81 @@ bool kxRepairHierarchy::configure(int)
     return true;
 }
 
+bool kxRepairHierarchy::applyToInfos()
+{
+    noteGraphs();
+    const bool result = kxOptBase::applyToInfos();
+    m_graphsNoted = false;
+    m_places.clear();
+    return result;
+}
+
+bool kxRepairHierarchy::applyInfo(kxInfo* info)
+{
+    const bool alone = !m_graphsNoted;
+    if (alone)
+        noteGraphs();
+    const kxInfoList* infos = _optInterface ? _optInterface->getInfos() : nullptr;
+    m_currentInfo = infos ? static_cast<uint32_t>(infos->find(info) + 1) : 0;
+    const bool result = kxOptBase::applyInfo(info);
+    m_currentInfo = 0;
+    if (alone)
+    {
+        m_graphsNoted = false;
+        m_places.clear();
+    }
+    return result;
+}
+
+void kxRepairHierarchy::noteGraphs()
+{
+    m_graphsNoted = true;
+    const kxInfoList* infos = _optInterface ? _optInterface->getInfos() : nullptr;
+    if (!infos || infos->getCount() < 2)
+        return;
+    struct Context
+    {
+        kxTSerialMap<Place>& places;
+        uint32_t info;
+    };
+    for (uint32_t i = 0; i < infos->getCount(); ++i)
+    {
+        Context context{m_places, i + 1};
+        const auto note = [&context](kxNode* root)
+        {
+            forEachNodeOnce(
+                root,
+                [](kxNode* node, void* data)
+                {
+                    const Context& at = *static_cast<Context*>(data);
+                    Place& place = at.places[node];
+                    place.several = place.several || (place.info != 0 && place.info != at.info);
+                    if (place.info == 0)
+                        place.info = at.info;
+                },
+                &context);
+        };
+        if (const auto* scene = kxCast<kxSceneInfo>(infos->get(i)))
+            note(scene->getSceneGraph());
+        else if (const auto* database = kxCast<kxAnimationDatabase>(infos->get(i)))
+        {
+            for (const kxSkin* skin : *database->getSkinList())
+                if (skin)
+                    note(skin->getSkinnedGraph());
+        }
+    }
+}
+
+bool kxRepairHierarchy::isInGraph(const kxNode* parent) const
+{
+    if (isKnown(parent))
+        return true;
+    if (m_currentInfo == 0)
+        return false;
+    const Place place = m_places.get(parent);
+    return place.several || (place.info != 0 && place.info != m_currentInfo);
+}
+
 bool kxRepairHierarchy::apply(kxSmartPointer<kxNode>& root)
 {
     const kxSmartPointer<kxIterateGraph> iterate(new (getCreationMemoryPool()) kxIterateGraph);
@@ -348,7 +427,7 @@ void kxRepairHierarchy::detectLeakedNodes(kxNode* node, const Walk& collecting, 
     auto isOutside = [&](kxObject* element)
     {
         auto* parent = static_cast<kxNode*>(element);
-        if (!parent || isKnown(parent))
+        if (!parent || isInGraph(parent))
             return false;
         say("The parent %s of %s isn't in the graph.\n", parent->getName().c_str(), node->getName().c_str());
         if (_disableRepair)

@@ -24,6 +24,9 @@ class kxRepairHierarchy : public kxOptBase
 
     /// Always true.
     bool apply(kxSmartPointer<kxNode>& root) override;
+    /// Graphs of one file may share nodes: parents in the graphs of other infos do not count as outside.
+    bool applyInfo(kxInfo* info) override;
+    bool applyToInfos() override;
     bool configure(int section) override;
 
     /// The first parent whose child list does not contain the node; null when all do.
@@ -44,6 +47,8 @@ private:
     template <class... A>
     void say(const char* format, A... arguments);
     bool isKnown(const kxNode* node) const { return m_known.get(node); }
+    bool isInGraph(const kxNode* parent) const;
+    void noteGraphs();
     void adoptNodeList();
     void mergeNodeList();
 
@@ -52,6 +57,16 @@ private:
     std::vector<uint32_t> m_serials;           // of its elements, in order
     std::vector<kxNode*> m_newlyKnown;         // not in the list yet
     int64_t m_messageCount = 0;
+
+    /// Infos of the loaded file in whose graphs a node stands.
+    struct Place
+    {
+        uint32_t info = 0; ///< number of the first, from 1
+        bool several = false;
+    };
+    bool m_graphsNoted = false;
+    kxTSerialMap<Place> m_places;
+    uint32_t m_currentInfo = 0;
 };
 
 } // namespace Kel::Opt

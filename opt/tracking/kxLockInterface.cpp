@@ -76,6 +76,16 @@ void kxLockInterface::setObjectCacheValid(const char* name, bool valid)
         m_members[static_cast<size_t>(index)] = nullptr;
 }
 
+void kxLockInterface::forgetCaches()
+{
+    for (uint32_t i = 0; i < _objectCacheNames->getCount(); ++i)
+    {
+        _objectCacheLists->get(i)->clear();
+        _objectCacheValids->set(i, false);
+    }
+    m_members.clear();
+}
+
 kxObjectList* kxLockInterface::getCache(kxStringRef name)
 {
     const int index = _objectCacheNames->find(name);

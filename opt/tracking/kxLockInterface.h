@@ -32,6 +32,9 @@ class kxLockInterface : public kxInterfaced
     /// List of the cache; an unknown name gets a new, empty one that is not valid yet.
     kxObjectList* getObjectCache(const char* name) { return getCache(name); }
 
+    /// Empties every cache: another file is loaded.
+    void forgetCaches();
+
     /// The same by pooled name.
     bool isCacheValid(kxStringRef name) const;
     kxObjectList* getCache(kxStringRef name);

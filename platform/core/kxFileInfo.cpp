@@ -60,12 +60,13 @@ bool kxFileInfo::setupFile(kxObject* object, kxKXBFile* file, bool withAllInfos)
         const kxStringRef name = names.get(added);
         return name.isNull() ? getObjectName(added) : name;
     };
-    if (object)
-        file->addObject(object, nameOf(object));
+    // An object that the file has no name for is named by whoever writes it.
+    if (object && !names.get(object).isNull())
+        file->addObject(object, names.get(object));
     if (!object || withAllInfos)
     {
         for (kxInfo* info : *_infoList)
-            if (!isExternal.get(info))
+            if (info != object && !isExternal.get(info))
                 file->addObject(info, nameOf(info));
         for (const kxExternalDirEntry* external : *_externalEntries)
             file->addExternal(external->getPath(), external->getObject(), external->getName());
@@ -92,6 +93,14 @@ kxExternalDirEntry* kxFileInfo::addExternalReference(kxStringRef path, kxObject*
     entry->_object = object;
     _externalEntries->append(entry);
     return entry;
+}
+
+void kxFileInfo::addExternalReference(kxExternalDirEntry* entry)
+{
+    if (!entry || _externalEntries->contains(entry))
+        return;
+    removeExternalEntry(entry->getObject());
+    _externalEntries->append(entry);
 }
 
 kxExternalDirEntry* kxFileInfo::getExternalEntry(const kxObject* object) const

@@ -22,8 +22,8 @@ class kxFileInfo : public kxObject
     void reset();
     /// Takes over a loaded directory: its infos, wherever its roots reach them, and its external entries.
     void registerFile(kxDirectory* directory);
-    /// Adds to `file` what shall be written: `object` when there is one, and, when there is none or `withAllInfos` is set,
-    /// every info of the loaded file and its external entries. False when nothing was added.
+    /// Adds to `file` what shall be written: `object` when the loaded file had a name for it, and, when there is no object or
+    /// `withAllInfos` is set, every other info of the loaded file and its external entries. False when nothing was added.
     bool setupFile(kxObject* object, kxKXBFile* file, bool withAllInfos);
 
     /// Adds an info unless it is there already.
@@ -31,6 +31,8 @@ class kxFileInfo : public kxObject
 
     /// Notes that `object` stands for something in the file at `path`; an entry that the object has is changed.
     kxExternalDirEntry* addExternalReference(kxStringRef path, kxObject* object);
+    /// Keeps an entry, in place of one for the same object.
+    void addExternalReference(kxExternalDirEntry* entry);
     /// Entry of an object, null when it belongs to this file.
     kxExternalDirEntry* getExternalEntry(const kxObject* object) const;
     /// False when the object has no entry.

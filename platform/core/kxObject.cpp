@@ -5,6 +5,8 @@
 #include "platform/core/kxObjectList.h"
 #include "platform/core/kxStringObj.h"
 
+#include <cstdio>
+#include <cstdlib>
 #include <unordered_map>
 #include <vector>
 
@@ -51,12 +53,21 @@ struct kxObject::SideBlock
 kxObject::kxObject() : m_serial(++g_lastSerial)
 {
     ++g_liveCount;
+    if (m_serial == 0)
+    {
+        // Numbers that repeat would mix objects up without a sign.
+        std::fputs("object numbers are used up\n", stderr);
+        std::abort();
+    }
 }
 
 kxObject::~kxObject()
 {
     delete m_side;
     --g_liveCount;
+    // Most objects are short-lived helpers: their numbers are given out again, or a long run would use all of them up.
+    if (m_serial == g_lastSerial)
+        --g_lastSerial;
 }
 
 void kxObject::leaveLiveCount()

@@ -55,7 +55,7 @@ public:
     }
     uint32_t getRefCount() const { return m_refCount; }
 
-    /// Number in order of creation; "sorted by identity" compares it.
+    /// Number in order of creation, unlike that of any other living object; "sorted by identity" compares it.
     uint32_t getSerial() const { return m_serial; }
 
     /// True when the object's type is `type` or derived from it; false for a null type. O(1).

@@ -16,21 +16,23 @@ KX_IMPLEMENT(kxIntListList)
 
 // An index from elements to their places serves `find` in long lists, and membership while a sorted list is being built out
 // of order. It knows slots of the storage, which do not change when other elements come and go; only elements that the
-// gap passes over are entered anew. A list in which an object stands twice has none.
+// gap passes over are entered anew. Of an object that stands in the list several times it knows only how often: a search
+// for it scans.
 struct kxObjectList::Index
 {
     static constexpr uint32_t kFree = 0; // serials start at 1
+    static constexpr uint32_t kUnknown = UINT32_MAX;
 
     struct Entry
     {
         uint32_t serial;
-        uint32_t slot;
+        uint32_t slot; // kUnknown for an object that stands, or stood, there several times
+        uint32_t times;
     };
     std::vector<Entry> entries;
     size_t count = 0;
     uint64_t scanned = 0; // elements that searches have looked at since the index was dropped
     bool active = false;
-    bool impossible = false; // an object stands twice
 
     // Mixed twice: serials rise in even steps, and a single product of those falls into runs that probing has to cross.
     static size_t hash(uint32_t serial)
@@ -53,31 +55,34 @@ struct kxObjectList::Index
         size_t size = 64;
         while (size < expected * 2)
             size *= 2;
-        entries.assign(size, Entry{kFree, 0});
+        entries.assign(size, Entry{kFree, 0, 0});
         count = 0;
         active = true;
     }
-    /// False when the object is there already.
-    bool add(uint32_t serial, uint32_t slot)
+    void add(uint32_t serial, uint32_t slot)
     {
-        if (find(serial))
-            return false;
+        if (Entry* known = find(serial))
+        {
+            ++known->times;
+            known->slot = kUnknown;
+            return;
+        }
         if (count * 2 >= entries.size())
         {
-            std::vector<Entry> old(entries.size() * 2, Entry{kFree, 0});
+            std::vector<Entry> old(entries.size() * 2, Entry{kFree, 0, 0});
             old.swap(entries);
             for (const Entry& entry : old)
                 if (entry.serial != kFree)
                     place(entry);
         }
-        place({serial, slot});
+        place({serial, slot, 1});
         ++count;
-        return true;
     }
+    /// One of the object's places is gone.
     void remove(uint32_t serial)
     {
         Entry* entry = find(serial);
-        if (!entry)
+        if (!entry || --entry->times > 0)
             return;
         // Entries behind the hole that were pushed past it move up, so that searches need no marks of removal.
         size_t hole = static_cast<size_t>(entry - entries.data());
@@ -134,13 +139,8 @@ void kxObjectList::dropIndex() const
 
 void kxObjectList::noteAdded(const kxObject* object, uint32_t slot)
 {
-    if (!m_index || !m_index->active || !object)
-        return;
-    if (!m_index->add(object->getSerial(), slot))
-    {
-        m_index->active = false;
-        m_index->impossible = true;
-    }
+    if (m_index && m_index->active && object)
+        m_index->add(object->getSerial(), slot);
 }
 
 void kxObjectList::reallocate(uint32_t capacity, uint32_t gapStart, uint32_t gapLength)
@@ -196,7 +196,10 @@ void kxObjectList::moveGap(uint32_t index)
         return dropIndex();
     for (uint32_t i = 0; i < moved; ++i)
         if (kxObject* object = m_data[to + i])
-            m_index->find(object->getSerial())->slot = to + i;
+        {
+            Index::Entry* entry = m_index->find(object->getSerial());
+            entry->slot = entry->times == 1 ? to + i : Index::kUnknown;
+        }
 }
 
 void kxObjectList::append(kxObject* object)
@@ -335,6 +338,11 @@ bool kxObjectList::remove(const kxObject* object)
     const Index::Entry* entry = m_index->find(object->getSerial());
     if (!entry)
         return false;
+    if (entry->slot == Index::kUnknown)
+    {
+        removeAt(static_cast<uint32_t>(find(object)));
+        return true;
+    }
     const uint32_t slot = entry->slot;
     const uint32_t distance = slot < m_gapStart ? m_gapStart - slot : slot - m_gapStart - m_gapLength;
     if (!m_holes && !m_unsorted && (m_gapLength == 0 || distance < kShortList))
@@ -434,14 +442,21 @@ int kxObjectList::find(const kxObject* object, uint32_t start) const
     if (start >= m_count)
         return -1;
     uint32_t scanned;
-    if (m_count <= kShortList || start > 0 || !object || (m_index && m_index->impossible))
+    if (m_count <= kShortList || start > 0 || !object)
         return findByScan(object, start, scanned);
     if (!m_index)
         m_index = new Index;
     if (m_index->active)
     {
-        const Index::Entry* entry = m_index->find(object->getSerial());
-        return entry ? static_cast<int>(indexOf(entry->slot)) : -1;
+        Index::Entry* entry = m_index->find(object->getSerial());
+        if (!entry)
+            return -1;
+        if (entry->slot != Index::kUnknown)
+            return static_cast<int>(indexOf(entry->slot));
+        const int first = findByScan(object, 0, scanned);
+        if (entry->times == 1)
+            entry->slot = slotOf(static_cast<uint32_t>(first));
+        return first;
     }
     const int found = findByScan(object, 0, scanned);
     m_index->scanned += scanned;
@@ -451,12 +466,8 @@ int kxObjectList::find(const kxObject* object, uint32_t start) const
         for (uint32_t i = 0; i < m_count; ++i)
         {
             const uint32_t slot = slotOf(i);
-            if (m_data[slot] && !m_index->add(m_data[slot]->getSerial(), slot))
-            {
-                m_index->active = false;
-                m_index->impossible = true;
-                break;
-            }
+            if (m_data[slot])
+                m_index->add(m_data[slot]->getSerial(), slot);
         }
     }
     return found;

@@ -146,13 +146,14 @@ TEST(kxFileInfo, WritesItsInfosAndKeepsWhatBelongsElsewhere)
         return names;
     };
     auto one = kxNew<kxKXBFile>();
-    EXPECT_TRUE(info->setupFile(below, one, false));
-    EXPECT_EQ(namesOf(*one), "below ");
+    EXPECT_FALSE(info->setupFile(below, one, false)) << "whoever writes it names what the file had no name for";
+    EXPECT_TRUE(info->setupFile(scene, one, false));
+    EXPECT_EQ(namesOf(*one), "main ");
     auto all = kxNew<kxKXBFile>();
     EXPECT_TRUE(info->setupFile(below, all, true));
-    EXPECT_EQ(namesOf(*all), "below main there@ ");
+    EXPECT_EQ(namesOf(*all), "main there@ ");
     EXPECT_TRUE(all->makeEntriesConcrete());
-    EXPECT_EQ(namesOf(*all), "below main there ");
+    EXPECT_EQ(namesOf(*all), "main there ");
 
     EXPECT_TRUE(info->removeExternalEntry(outside));
     EXPECT_FALSE(info->removeExternalEntry(outside));

@@ -24,6 +24,7 @@ public:
     {
         kxTimer::setFrozen(true);
         m_manager = service ? kxNew<kxDefaultManager>(service.get()) : kxNew<kxDefaultManager>();
+        m_manager->_optInterface->_file = kxNew<kxFileInfo>();
         m_manager->_logInterface->_verbose = true;
         m_manager->_logInterface->setSink([](const char* text, size_t length, void* context)
                                           { static_cast<std::string*>(context)->append(text, length); },

@@ -104,7 +104,8 @@ const DecisionCase kCollapseCases[] = {
     {"the root has no parent to take its children", R"(Group "n"(Camera))", "stays"},
     {"children of a switch are counted", R"(Switch(Group "n"(Camera, Camera)))", "stays"},
     {"so are those of a level of detail", R"(Lod<0 10>(Group "n"))", "stays"},
-    {"one of its parents is a switch", R"(Group(Group#g "n"(Camera), Switch(Group#g)))", "stays"},
+    {"one of its parents is a switch", R"(Group(Group#g "n"(Camera, Camera), Switch(Group#g)))", "stays"},
+    {"an only child takes its place there", R"(Group(Group#g "n"(Camera), Switch(Group#g)))", "spliced"},
     {"a null child has no place to go", R"(Group(Group "n"(null, Camera)))", "stays"},
     {"shared, with one child", R"(Group(Group#g "n"(Camera), Group(Group#g), Group(Group#g)))", "spliced"},
     {"shared by two, two children", R"(Group(Group#g "n"(Camera, Camera), Group(Group#g)))", "spliced"},
@@ -179,7 +180,7 @@ TEST(kxCollapseNode, Decides)
 const DecisionCase kFlattenCases[] = {
     {"a shared group", R"(Group(Group#g "n"(Camera, Camera, Camera), Group(Group#g)))", "spliced"},
     {"a driven group", R"(Group(Group^ "n"(Camera)))", "stays"},
-    {"children of a switch are counted", R"(Switch(Group "n"(Camera)))", "stays"},
+    {"children of a switch are counted", R"(Switch(Group "n"(Camera, Camera)))", "stays"},
     {"taken by geometries and sets", R"(Group(AttrSet "n"{Material}(Geometry{tri}, AttrSet(Geometry{quad}))))",
      "spliced"},
     {"a transform cannot take it", R"(Group(AttrSet "n"{Material}(Geometry{tri}, Transform(Geometry{quad}))))",
@@ -283,6 +284,8 @@ void carryOut(kxGroup* group, int32_t decision, kxNode* replaceNode)
         const kxSmartPointer<kxGroup> parent = group->getParent(i);
         if (decision == REPLACE_TREE)
             parent->setChild(static_cast<uint32_t>(parent->getChild(group)), replaceNode);
+        else if (decision == COLLAPSE_TREE && group->getChildCount() == 1)
+            parent->setChild(static_cast<uint32_t>(parent->getChild(group)), group->getChild(0u));
         else
         {
             if (decision == COLLAPSE_TREE)

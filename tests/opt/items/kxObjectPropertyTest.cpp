@@ -34,7 +34,7 @@ TEST(kxObjectProperty, SaysWhatMayBeDoneToEachType)
         {"kxLod", "r", "positions are distances"},
         {"kxSwitch", "r", "positions are choices"},
         {"kxTimeSwitch", "r", "positions are times"},
-        {"kxMesh", "r", "positions are parts of the mesh"},
+        {"kxMesh", "adr", "the decisions look after its order"},
         {"kxActor", "r", "a space of its own"},
         {"kxInstanceArray", "r", "a space of its own"},
         {"kxShader", "adr", "it owns its passes"},
