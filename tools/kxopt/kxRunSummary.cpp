@@ -2,6 +2,8 @@
 
 #include "tools/kxopt/kxText.h"
 
+#include "platform/core/kxReport.h"
+
 #include <cstdlib>
 
 using namespace Kel::Opt;
@@ -33,6 +35,18 @@ void addStep(kxTable& table, const kxRunReport::Step& step)
         table.addRow({i ? "" : std::to_string(step.number), i ? "" : oneLine(step.name), oneLine(lines[i])});
 }
 
+// "imageBytes" gives "image bytes".
+std::string wordsOf(const char* key)
+{
+    std::string words;
+    for (; *key; ++key)
+        if (*key >= 'A' && *key <= 'Z')
+            words.append(1, ' ').append(1, static_cast<char>(*key - 'A' + 'a'));
+        else
+            words += *key;
+    return words;
+}
+
 } // namespace
 
 std::string describeRun(const std::vector<kxRunReport::Step>& steps, const kxRunReport::Summary& summary)
@@ -43,7 +57,7 @@ std::string describeRun(const std::vector<kxRunReport::Step>& steps, const kxRun
 
     kxTable amounts("lrr");
     amounts.addRow({"", "before", "after"});
-    const auto addRow = [&](const char* name, uint64_t before, uint64_t after)
+    const auto addRow = [&](const std::string& name, uint64_t before, uint64_t after)
     {
         if (before || after)
             amounts.addRow({name, groupDigits(before), groupDigits(after)});
@@ -51,11 +65,13 @@ std::string describeRun(const std::vector<kxRunReport::Step>& steps, const kxRun
     std::vector<uint64_t> after;
     summary.after.forEach([&](const char*, uint64_t value) { after.push_back(value); });
     size_t index = 0;
-    summary.before.forEach(
-        [&](const char* name, uint64_t value)
-        { addRow(std::string_view(name) == "imageBytes" ? "image bytes" : name, value, after[index++]); });
+    summary.before.forEach([&](const char* name, uint64_t value) { addRow(wordsOf(name), value, after[index++]); });
     if (!summary.output.empty())
         addRow("file bytes", summary.inputBytes, summary.outputBytes);
+    double seconds = 0;
+    for (const kxRunReport::Step& step : steps)
+        seconds += step.seconds;
+    amounts.addRow({"seconds", "", Core::kxFormat("%.1f", seconds)});
     return stepTable.toText(0) + "\n" + amounts.toText(0);
 }
 

@@ -10,6 +10,11 @@
 #include "platform/sg/kxSceneInfo.h"
 
 #include <algorithm>
+#include <map>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+#include <vector>
 
 using namespace Kel::Core;
 using namespace Kel::Sg;
@@ -20,20 +25,192 @@ namespace Kel::Tool
 namespace
 {
 
-/// One walk; objects that were met do not count again.
+uint64_t addClamped(uint64_t a, uint64_t b)
+{
+    uint64_t sum;
+    return __builtin_add_overflow(a, b, &sum) ? UINT64_MAX : sum;
+}
+
+/// Materials and textures in effect, as numbers: each combination has one, and 0 is none at all.
+class Materials
+{
+public:
+    uint32_t apply(uint32_t combination, const kxAttrSet* set)
+    {
+        const kxAttrList* attrs = set->getAttrs();
+        bool sets = false;
+        for (uint32_t i = 0; i < attrs->getCount() && !sets; ++i)
+            sets = isPart(attrs->get(i));
+        if (!sets)
+            return combination;
+        // Many sets of a scene stand under the same material, most under none.
+        uint32_t& known = m_known[uint64_t(combination) << 32 | set->getSerial()];
+        if (known == 0)
+            known = add(combination, set);
+        return known;
+    }
+
+    void noteDrawn(uint32_t combination)
+    {
+        if (combination >= m_drawn.size())
+            m_drawn.resize(combination + 1);
+        m_drawnCount += combination != 0 && !m_drawn[combination] ? 1 : 0;
+        m_drawn[combination] = true;
+    }
+    uint64_t getDrawnCount() const { return m_drawnCount; }
+
+private:
+    using Parts = std::vector<std::pair<uint64_t, uint32_t>>; // type and unit, serial; sorted
+
+    static bool isPart(const kxAttr* attr)
+    {
+        return attr && (attr->isOfType(kxMaterialAttr::staticMetaObject()) ||
+                        attr->isOfType(kxTextureBindAttr::staticMetaObject()));
+    }
+
+    uint32_t add(uint32_t combination, const kxAttrSet* set)
+    {
+        Parts parts = m_parts[combination];
+        std::vector<uint64_t> own;
+        for (const kxAttr* attr : *set->getAttrs())
+        {
+            if (!isPart(attr))
+                continue;
+            const uint64_t use = uint64_t(attr->getMetaObject()->getIndex()) << 32 | attr->getUnit();
+            if (std::find(own.begin(), own.end(), use) != own.end())
+                continue; // of two in one set the first counts
+            own.push_back(use);
+            const auto at = std::lower_bound(parts.begin(), parts.end(), std::pair<uint64_t, uint32_t>(use, 0));
+            if (at != parts.end() && at->first == use)
+                at->second = attr->getSerial();
+            else
+                parts.insert(at, {use, attr->getSerial()});
+        }
+        const auto [known, isNew] = m_numbers.try_emplace(parts, static_cast<uint32_t>(m_parts.size()));
+        if (isNew)
+            m_parts.push_back(std::move(parts));
+        return known->second;
+    }
+
+    std::vector<Parts> m_parts{1};
+    std::map<Parts, uint32_t> m_numbers;
+    std::unordered_map<uint64_t, uint32_t> m_known; // by combination above and set
+    std::vector<bool> m_drawn;
+    uint64_t m_drawnCount = 0;
+};
+
+/// Counts over the graphs of a file; objects that were met do not count again.
 class Counter
 {
 public:
+    void addScene(kxNode* root)
+    {
+        if (!root)
+            return;
+        countPaths(root);
+        countMaterials(root);
+    }
+
+    kxSceneAmounts getAmounts() const
+    {
+        kxSceneAmounts amounts = m_amounts;
+        amounts.materials = m_materials.getDrawnCount();
+        return amounts;
+    }
+
+private:
+    struct Paths
+    {
+        uint64_t count = 0;
+        uint64_t depth = 0;
+    };
+
+    // Nodes in an order in which each stands behind all its parents.
+    static std::vector<kxNode*> inOrder(kxNode* root)
+    {
+        struct Step
+        {
+            kxNode* node;
+            uint32_t nextChild;
+        };
+        std::vector<kxNode*> nodes;
+        std::vector<Step> path{{root, 0}};
+        kxTSerialMap<bool> met;
+        met[root] = true;
+        while (!path.empty())
+        {
+            Step& step = path.back();
+            const auto* group = kxCast<kxGroup>(step.node);
+            if (!group || step.nextChild == group->getChildCount())
+            {
+                nodes.push_back(step.node);
+                path.pop_back();
+                continue;
+            }
+            kxNode* child = group->getChild(step.nextChild++);
+            if (!child || met.get(child))
+                continue;
+            met[child] = true;
+            path.push_back({child, 0});
+        }
+        std::reverse(nodes.begin(), nodes.end());
+        return nodes;
+    }
+
+    void countPaths(kxNode* root)
+    {
+        kxTSerialMap<Paths> paths;
+        paths[root] = {1, 1};
+        for (kxNode* node : inOrder(root))
+        {
+            addNode(node);
+            const Paths own = paths.get(node);
+            m_amounts.depth = std::max(m_amounts.depth, own.depth);
+            if (node->isOfType(kxGeometry::staticMetaObject()))
+                m_amounts.draws = addClamped(m_amounts.draws, own.count);
+            const auto* group = kxCast<kxGroup>(node);
+            for (uint32_t i = 0; group && i < group->getChildCount(); ++i)
+                if (const kxNode* child = group->getChild(i))
+                {
+                    Paths& below = paths[child];
+                    below.count = addClamped(below.count, own.count);
+                    below.depth = std::max(below.depth, own.depth + 1);
+                }
+        }
+    }
+
+    void countMaterials(kxNode* root)
+    {
+        std::vector<std::pair<kxNode*, uint32_t>> waiting{{root, 0}};
+        kxTSerialMap<uint32_t> first; // combination that a node was first met with, and one
+        std::unordered_set<uint64_t> others;
+        while (!waiting.empty())
+        {
+            auto [node, combination] = waiting.back();
+            waiting.pop_back();
+            uint32_t& known = first[node];
+            if (known == 0)
+                known = combination + 1;
+            else if (known == combination + 1 || !others.insert(uint64_t(node->getSerial()) << 32 | combination).second)
+                continue;
+            if (const auto* set = kxCast<kxAttrSet>(node))
+                combination = m_materials.apply(combination, set);
+            if (node->isOfType(kxGeometry::staticMetaObject()))
+                m_materials.noteDrawn(combination);
+            const auto* group = kxCast<kxGroup>(node);
+            for (uint32_t i = 0; group && i < group->getChildCount(); ++i)
+                if (kxNode* child = group->getChild(i))
+                    waiting.emplace_back(child, combination);
+        }
+    }
+
     void addNode(kxNode* node)
     {
         if (!isNew(node))
             return;
         ++m_amounts.nodes;
         if (const auto* geometry = kxCast<kxGeometry>(node))
-        {
-            ++m_amounts.geometries;
             m_amounts.triangles += static_cast<uint64_t>(std::max<int64_t>(0, geometry->getTriangleCount()));
-        }
         if (const auto* set = kxCast<kxAttrSet>(node))
             for (const kxAttr* attr : *set->getAttrs())
                 addAttr(attr);
@@ -42,9 +219,6 @@ public:
                 addAttr(attr);
     }
 
-    const kxSceneAmounts& getAmounts() const { return m_amounts; }
-
-private:
     bool isNew(const kxObject* object)
     {
         bool& met = m_met[object];
@@ -58,7 +232,8 @@ private:
         if (!attr || !isNew(attr))
             return;
         ++m_amounts.attributes;
-        m_amounts.materials += attr->isOfType(kxMaterialAttr::staticMetaObject()) ? 1 : 0;
+        // A hash of 64 bits is value enough for a number in a table.
+        m_amounts.distinctAttributes += m_values.insert(attr->hashShallow()).second ? 1 : 0;
         if (const auto* bind = kxCast<kxTextureBindAttr>(attr))
             addTexture(bind->_texture);
     }
@@ -79,6 +254,8 @@ private:
     }
 
     kxSceneAmounts m_amounts;
+    Materials m_materials;
+    std::unordered_set<uint64_t> m_values;
     kxTSerialMap<bool> m_met;
 };
 
@@ -90,9 +267,7 @@ kxSceneAmounts kxSceneAmounts::count(const kxFileInfo* file)
     if (file)
         for (const kxInfo* info : *file->_infoList)
             if (const auto* scene = kxCast<kxSceneInfo>(info))
-                forEachNodeOnce(
-                    scene->getSceneGraph(),
-                    [](kxNode* node, void* context) { static_cast<Counter*>(context)->addNode(node); }, &counter);
+                counter.addScene(scene->getSceneGraph());
     return counter.getAmounts();
 }
 

@@ -12,15 +12,17 @@ namespace Kel::Tool
 struct kxSceneAmounts
 {
     uint64_t nodes = 0;
-    uint64_t geometries = 0;
+    uint64_t depth = 0; ///< nodes on the longest path from a root
+    uint64_t draws = 0; ///< paths from a root to a geometry
     uint64_t triangles = 0;
     uint64_t attributes = 0;
-    uint64_t materials = 0;
+    uint64_t distinctAttributes = 0; ///< of those, the ones that differ in type or value
+    uint64_t materials = 0;          ///< combinations of material and textures that geometries are drawn with
     uint64_t textures = 0;
     uint64_t images = 0;
     uint64_t imageBytes = 0; ///< as they stand in the file; pixels of images that were changed and not yet encoded
 
-    /// Cost: one walk over the nodes.
+    /// Cost: one walk over the nodes, once for each material that they inherit, and a hash of every attribute.
     static kxSceneAmounts count(const Core::kxFileInfo* file);
 
     /// Calls `callback(name, amount)` for every amount, in the order above.
@@ -28,9 +30,11 @@ struct kxSceneAmounts
     void forEach(F callback) const
     {
         callback("nodes", nodes);
-        callback("geometries", geometries);
+        callback("depth", depth);
+        callback("draws", draws);
         callback("triangles", triangles);
         callback("attributes", attributes);
+        callback("distinctAttributes", distinctAttributes);
         callback("materials", materials);
         callback("textures", textures);
         callback("images", images);
