@@ -87,6 +87,7 @@ TEST(kxOptBase, AnswersForEachTypeOfInfo)
         auto skin = kxNew<kxSkin>();
         skin->setSkinnedGraph(NamedScene(text).m_root);
         database->getSkinList()->append(skin);
+        database->getSkinList()->append(nullptr); // of a class that is not there
     }
     step->_succeeds = false;
     step->_newRoot = "new";
@@ -95,7 +96,7 @@ TEST(kxOptBase, AnswersForEachTypeOfInfo)
     EXPECT_EQ(run.takeText(), std::string("\t\tapplied to a\n") + kSegmentText + "\t\tapplied to c\n");
     std::string names;
     for (const kxSkin* skin : *database->getSkinList())
-        names += skin->getSkinnedGraph()->getName().str() + " ";
+        names += skin ? skin->getSkinnedGraph()->getName().str() + " " : "";
     EXPECT_EQ(names, "new b new ");
 }
 

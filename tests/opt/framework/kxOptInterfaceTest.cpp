@@ -1,7 +1,9 @@
 #include "tests/opt/framework/testOptimizations.h"
 #include "tests/opt/testRun.h"
 
+#include "opt/tracking/kxLockInterface.h"
 #include "platform/core/kxKXBFile.h"
+#include "platform/core/kxResource.h"
 
 #include <gtest/gtest.h>
 
@@ -130,12 +132,47 @@ TEST(kxOptInterface, KeepsDisabledInfosAndExternalEntries)
     entry->_path = "other.kxb";
     entry->_object = scene["h"];
     service->addExternalReference(entry);
-    ASSERT_TRUE(service->getExternalEntry(scene["h"]));
-    EXPECT_EQ(service->getExternalEntry(scene["h"])->getPath(), kxStringRef("other.kxb"));
+    EXPECT_EQ(service->getExternalEntry(scene["h"]), entry.get()) << "the entry itself, with its name";
     service->removeExternalEntry(scene["g"]);
     EXPECT_TRUE(service->getExternalEntry(scene["h"]));
     service->removeAllExternalEntry();
     EXPECT_FALSE(service->getExternalEntry(scene["h"]));
+}
+
+TEST(kxOptInterface, NamesAnObjectWithoutANameInTheFileRoot)
+{
+    TestRun run;
+    const TestFolder folder;
+    const std::string path = folder.path("house.kxb");
+    const NamedScene scene(R"(Group "house")");
+    EXPECT_EQ(run.getService()->writeFile(static_cast<kxObject*>(scene.m_root), path.c_str(), false), kSuccess);
+    const kxSmartPointer<kxDirectory> directory = kxResource::load(path.c_str());
+    ASSERT_EQ(directory->getEntryCount(), 1u);
+    EXPECT_EQ(directory->getEntry(0)->getName(), kxStringRef("root"));
+}
+
+TEST(kxOptInterface, LocksOfOneFileGoWithIt)
+{
+    TestRun run;
+    kxOptInterface* service = run.getService();
+    const TestFolder folder;
+    for (const char* name : {"still", "driven"})
+    {
+        const Kel::Test::TestScene scene =
+            Kel::Test::parseScene(name[0] == 's' ? R"(Group(Transform "boat"))" : R"(Group(Transform! "boat"))");
+        service->_file = scene.asFile();
+        ASSERT_EQ(service->writeFile(static_cast<kxInfo*>(nullptr),
+                                     folder.path((std::string(name) + ".kxb").c_str()).c_str(), true),
+                  kSuccess);
+    }
+    for (const char* name : {"still", "driven", "still"})
+    {
+        const kxSmartPointer<kxSceneInfo> scene =
+            service->loadFile(folder.path((std::string(name) + ".kxb").c_str()).c_str());
+        ASSERT_TRUE(scene) << run.takeText();
+        auto* root = kxCast<kxGroup>(scene->getSceneGraph());
+        EXPECT_EQ(run.m_manager->_lockInterface->isLocked(root->getChild(0u)), name[0] == 'd') << name;
+    }
 }
 
 } // namespace Kel::Opt

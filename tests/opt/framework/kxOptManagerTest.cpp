@@ -165,6 +165,13 @@ TEST(kxOptManager, RunsOnlyWhatTheScriptCounts)
     EXPECT_EQ(runScript(silent.c_str(), "Group", &observer).report, "");
     EXPECT_EQ(observer.m_notes, "run of 2\nbefore 1/2 kxTestStep\nafter 1 kxTestStep: done, 0 s, counters 1\n"
                                 "before 2/2 kxTestStep\nafter 2 kxTestStep: done, 0 s, counters 1\ncompleted\n");
+
+    // Silence takes the driver's statistics away, not a step that the script names.
+    NotingObserver statistics;
+    const char* script = "[OPTIMIZE]\noptimizationCount = 1\nverbose = no\nstats = yes\n[OPTIMIZATION1]\n"
+                         "name = kxStatistics\n";
+    EXPECT_EQ(runScript(script, "Group", &statistics).report, "");
+    EXPECT_NE(statistics.m_notes.find("kxStatistics: done"), std::string::npos) << statistics.m_notes;
 }
 
 TEST(kxOptManager, ChecksTheHierarchyUnlessToldNotTo)

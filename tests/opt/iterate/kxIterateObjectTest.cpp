@@ -442,6 +442,27 @@ TEST(kxIterateObject, CyclesEnd)
         object->_references = nullptr;
 }
 
+// Many parents of one wide group: its children are not asked again for each of them when nobody else edits.
+TEST_P(kxIterateObjectTest, WhatIsSharedIsSearchedOnceInAFixedStructure)
+{
+    const auto shared = kxNew<kxGroup>(), root = kxNew<kxGroup>();
+    for (int i = 0; i < 50; ++i)
+        shared->appendChild(kxNew<kxGroup>());
+    for (int i = 0; i < 50; ++i)
+    {
+        const auto parent = kxNew<kxGroup>();
+        parent->appendChild(shared);
+        root->appendChild(parent);
+    }
+    m_walk->setStructureFixed(true);
+    kxCountingTraversal::s_fetched = 0;
+    int met = 0;
+    for (kxObject* object = m_walk->begin(root); object; object = m_walk->getNext())
+        ++met;
+    EXPECT_EQ(met, 102);
+    EXPECT_LE(kxCountingTraversal::s_fetched, 2 * 102u);
+}
+
 TEST(kxIterateObject, LetsGoOfEverything)
 {
     const size_t before = kxObject::getLiveCount();

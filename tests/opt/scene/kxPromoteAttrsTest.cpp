@@ -116,6 +116,29 @@ TEST(kxPromoteAttrs, WaitsForParentsInOtherGraphs)
                              "\"t\"(Geometry{tri})), AttrSet \"b\"{Material#1}(AttrSet#1, AttrSet#2))");
 }
 
+// Over a whole file it is no failure that one scene leaves open what the next completes.
+TEST(kxPromoteAttrs, ScenesOfOneFileShareNodes)
+{
+    TestRun run;
+    auto promote = run.create<kxPromoteAttrs>();
+    promote->_attributeType = kxMaterialAttr::staticMetaObject();
+    NamedScene scene("Group \"both\"(AttrSet \"a\"(AttrSet#s \"s\"{Material red}(Geometry{tri})), "
+                     "AttrSet \"b\"(AttrSet#s), AttrSet \"c\"(AttrSet#s))");
+    for (const char* root : {"a", "b"})
+    {
+        const auto info = kxNew<kxSceneInfo>();
+        info->setSceneGraph(scene[root]);
+        run.getService()->_file->addInfo(info);
+    }
+    EXPECT_FALSE(promote->applyToInfos()) << "a parent in no scene is still open";
+    const auto info = kxNew<kxSceneInfo>();
+    info->setSceneGraph(scene["c"]);
+    run.getService()->_file->addInfo(info);
+    promote = run.create<kxPromoteAttrs>();
+    promote->_attributeType = kxMaterialAttr::staticMetaObject();
+    EXPECT_TRUE(promote->applyToInfos());
+}
+
 // A set that holds two values is reported once, contributes nothing, and does not stop the others.
 TEST(kxPromoteAttrs, ReportsConflictsUntilToldNotTo)
 {

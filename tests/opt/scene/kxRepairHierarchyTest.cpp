@@ -267,6 +267,28 @@ TEST(kxRepairHierarchy, CutsLinksToParentsOutside)
     EXPECT_EQ(run.takeText(), "The parent o of a isn't in the graph.\n\terror recovered.\n");
 }
 
+TEST(kxRepairHierarchy, ScenesOfOneFileShareNodes)
+{
+    TestRun run;
+    NamedScene scene(R"(Group "both"(Group "a"(Group#s "s"), Group "b"(Group#s)))");
+    NamedScene outside(R"(Group "o")");
+    outside.group("o")->appendChild(scene["s"]);
+    kxNode* roots[] = {scene["a"], scene["b"]};
+    for (kxNode* root : roots)
+    {
+        kxCast<kxGroup>(scene.m_root)->removeChild(static_cast<const kxNode*>(root));
+        const auto info = kxNew<Kel::Sg::kxSceneInfo>();
+        info->setSceneGraph(root);
+        run.getService()->_file->addInfo(info);
+    }
+    const auto repair = run.create<kxRepairHierarchy>();
+    EXPECT_TRUE(repair->applyToInfos());
+    EXPECT_EQ(run.takeText(), "The parent o of s isn't in the graph.\n\terror recovered.\n");
+    EXPECT_EQ(scene["s"]->getParentCount(), 2u);
+    EXPECT_TRUE(repair->applyInfo(run.getService()->getInfos()->get(1)));
+    EXPECT_EQ(run.takeText(), "");
+}
+
 TEST(kxRepairHierarchy, SaysAndDoesWhatThePlainRepairDoes)
 {
     for (uint32_t seed = 1; seed <= 4000; ++seed)
