@@ -1,0 +1,409 @@
+// Boxes around what nodes draw: one walk from below, every node and every vertex data once.
+#include "platform/sg/kxBoundingBoxesMaker.h"
+
+#include "platform/attrs/kxGeometrySetAttr.h"
+#include "platform/attrs/kxParticleAttr.h"
+#include "platform/sg/kxBillboard.h"
+#include "platform/sg/kxSceneInfo.h"
+#include "platform/sg/kxTransform.h"
+
+#include <Imath/ImathBoxAlgo.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+namespace Kel::Sg
+{
+
+KX_IMPLEMENT(kxBoundingBoxesMaker)
+
+kxBoundingBoxesMaker::~kxBoundingBoxesMaker() = default;
+
+namespace
+{
+
+// A volume that is smaller than the one above it by less than this part of its size rejects nothing more.
+constexpr float kSameSize = 1e-5f;
+
+// Numbers that are none leave a box as it is.
+void extend(kxAABox& box, const kxVec3f& point)
+{
+    for (int axis = 0; axis < 3; ++axis)
+    {
+        box.min[axis] = point[axis] < box.min[axis] ? point[axis] : box.min[axis];
+        box.max[axis] = point[axis] > box.max[axis] ? point[axis] : box.max[axis];
+    }
+}
+
+class PositionReader
+{
+public:
+    explicit PositionReader(const kxVertexArray* array)
+        : m_array(array && array->_componentCount == 3 && !array->_matrix && (array->_data || array->_count == 0)
+                      ? array
+                      : nullptr),
+          m_isFloat(m_array && m_array->_componentType == kxComponentType::FLOAT32)
+    {
+    }
+    int64_t getCount() const { return m_array ? m_array->_count : 0; }
+    kxVec3f get(int64_t index) const
+    {
+        kxVec3f point;
+        if (m_isFloat)
+            std::memcpy(&point.x, m_array->getElement(index), sizeof point);
+        else
+            for (uint32_t c = 0; c < 3; ++c)
+                point[static_cast<int>(c)] = static_cast<float>(m_array->getComponent(index, c));
+        return point;
+    }
+
+private:
+    const kxVertexArray* m_array;
+    bool m_isFloat;
+};
+
+kxAABox boxOfVertices(const kxGeometryAttr& attr)
+{
+    static const kxStringRef kPosition("POSITION");
+    kxAABox box;
+    const PositionReader positions(attr.getArray(kPosition));
+    std::vector<PositionReader> displacements;
+    for (const kxMorphTarget* target : *attr._morphTargets)
+        if (target)
+            for (const kxVertexArray* array : *target->_arrays)
+                if (array && array->_semantic == kPosition)
+                    displacements.emplace_back(array);
+
+    const int64_t vertexCount = positions.getCount();
+    auto add = [&](int64_t vertex)
+    {
+        kxVec3f low = positions.get(vertex), high = low;
+        for (const PositionReader& displacement : displacements)
+        {
+            if (vertex >= displacement.getCount())
+                continue;
+            const kxVec3f way = displacement.get(vertex);
+            for (int axis = 0; axis < 3; ++axis)
+                (way[axis] < 0 ? low : high)[axis] += way[axis];
+        }
+        extend(box, low);
+        if (!displacements.empty())
+            extend(box, high);
+    };
+    if (!attr._indices)
+        for (int64_t i = 0; i < vertexCount; ++i)
+            add(i);
+    else
+        for (int64_t i = 0; i < attr._indices->_count; ++i)
+            if (const uint32_t vertex = attr._indices->getIndex(i); vertex < vertexCount)
+                add(vertex);
+    return box;
+}
+
+kxAABox boxOfParticles(const kxParticleAttr& particles)
+{
+    kxAABox box;
+    extend(box, kxVec3f(0, 0, 0));
+    extend(box, particles._velocity * particles._lifetime);
+    const kxVec3f size(std::abs(particles._size));
+    return {box.min - size, box.max + size};
+}
+
+kxAABox boxOfInstances(const kxInstanceArray& instances, const kxAABox& box)
+{
+    static const kxStringRef kTranslation("TRANSLATION"), kRotation("ROTATION"), kScale("SCALE");
+    const kxVertexArray *translations = nullptr, *rotations = nullptr, *scales = nullptr;
+    for (const kxVertexArray* array : *instances._arrays)
+        if (array && array->_componentCount == (array->_semantic == kRotation ? 4 : 3))
+            (array->_semantic == kTranslation ? translations
+             : array->_semantic == kRotation  ? rotations
+                                              : scales) = array;
+    if (scales && scales->_semantic != kScale)
+        scales = nullptr;
+    auto number = [](const kxVertexArray* array, int64_t index, uint32_t component)
+    { return static_cast<float>(array->getComponent(index, component)); };
+    kxAABox all;
+    for (int64_t i = 0; i < instances.getInstanceCount(); ++i)
+    {
+        kxVec3f translation(0, 0, 0), scale(1, 1, 1);
+        kxQuatf rotation(1, 0, 0, 0);
+        for (uint32_t c = 0; c < 3; ++c)
+        {
+            if (translations && i < translations->_count)
+                translation[static_cast<int>(c)] = number(translations, i, c);
+            if (scales && i < scales->_count)
+                scale[static_cast<int>(c)] = number(scales, i, c);
+        }
+        if (rotations && i < rotations->_count)
+            rotation = kxQuatf(number(rotations, i, 3), number(rotations, i, 0), number(rotations, i, 1),
+                               number(rotations, i, 2));
+        all.extendBy(Imath::transform(box, Math::composeMatrix(translation, rotation, scale)));
+    }
+    return all;
+}
+
+// What turns about a point stays within the ball through the corner that is farthest from it.
+kxAABox boxOfTurns(const kxVec3f& center, const kxAABox& box)
+{
+    kxVec3f farthest;
+    for (int axis = 0; axis < 3; ++axis)
+        farthest[axis] = std::max(std::abs(box.min[axis] - center[axis]), std::abs(box.max[axis] - center[axis]));
+    const kxVec3f radius(farthest.length());
+    return {center - radius, center + radius};
+}
+
+bool holds(const kxAABox& outer, const kxAABox& inner)
+{
+    const kxVec3f slack = (inner.max - inner.min) * kSameSize;
+    for (int axis = 0; axis < 3; ++axis)
+        if (!(outer.min[axis] <= inner.min[axis] + slack[axis] && outer.max[axis] >= inner.max[axis] - slack[axis]))
+            return false;
+    return true;
+}
+
+} // namespace
+
+kxMatrix44f worldMatrixOf(const kxNode* node)
+{
+    kxMatrix44f matrix;
+    // A file's graph has no cycles; the bound is for graphs that are being mended.
+    for (uint32_t steps = 0; node && steps < 1u << 24; ++steps)
+    {
+        if (const auto* transform = kxCast<kxTransform>(node))
+            matrix = matrix * transform->getMatrix();
+        node = node->getParentCount() > 0 ? node->getParent(0) : nullptr;
+    }
+    return matrix;
+}
+
+const kxAABox& kxBoundingBoxesMaker::getBox(const kxGeometryAttr* attr)
+{
+    Entry& entry = m_boxes[attr];
+    if (entry.state != KNOWN)
+    {
+        entry.box = boxOfVertices(*attr);
+        entry.state = KNOWN;
+    }
+    return entry.box;
+}
+
+const kxAABox& kxBoundingBoxesMaker::getBox(kxNode* node)
+{
+    if (m_boxes.get(node).state != KNOWN)
+        measure(node);
+    return m_boxes[node].box;
+}
+
+kxAABox kxBoundingBoxesMaker::getBoxInParent(kxNode* node)
+{
+    const kxAABox& box = getBox(node);
+    const auto* transform = kxCast<kxTransform>(node);
+    return transform && !box.isEmpty() ? Imath::transform(box, transform->getMatrix()) : box;
+}
+
+void kxBoundingBoxesMaker::measure(kxNode* root)
+{
+    struct Step
+    {
+        kxNode* node;
+        uint32_t next;
+        uint32_t count;
+    };
+    std::vector<Step> steps;
+    auto enter = [&](kxNode* node)
+    {
+        m_boxes[node].state = OPEN;
+        const auto* group = kxCast<kxGroup>(node);
+        steps.push_back({node, 0, group ? group->getChildCount() : 0});
+    };
+    enter(root);
+    while (!steps.empty())
+    {
+        Step& step = steps.back();
+        if (step.next < step.count)
+        {
+            kxNode* child = static_cast<const kxGroup*>(step.node)->getChild(step.next++);
+            if (child && m_boxes.get(child).state == UNKNOWN)
+                enter(child);
+            continue;
+        }
+        close(step.node);
+        steps.pop_back();
+    }
+}
+
+// The boxes of all children are known; one that is open lies above itself and adds nothing.
+void kxBoundingBoxesMaker::close(kxNode* node)
+{
+    Entry& entry = m_boxes[node];
+    entry = {};
+    entry.state = KNOWN;
+    const auto* group = kxCast<kxGroup>(node);
+    if (!group)
+        return;
+    for (uint32_t i = 0; i < group->getChildCount(); ++i)
+        if (kxNode* child = group->getChild(i))
+        {
+            const Entry below = m_boxes.get(child);
+            if (below.state != KNOWN || below.box.isEmpty())
+                continue;
+            const auto* transform = kxCast<kxTransform>(child);
+            entry.box.extendBy(transform ? Imath::transform(below.box, transform->getMatrix()) : below.box);
+            entry.followsBones |= below.followsBones;
+            entry.standsFree |= below.standsFree;
+        }
+    if (const auto* geometry = kxCast<kxGeometry>(group))
+        addGeometry(entry, geometry);
+    if (entry.box.isEmpty())
+        return;
+    if (const auto* actor = kxCast<kxActor>(group))
+        placeSkinned(entry, actor);
+    else if (const auto* instances = kxCast<kxInstanceArray>(group))
+        entry.box = boxOfInstances(*instances, entry.box);
+    else if (const auto* billboard = kxCast<kxBillboard>(group))
+        entry.box = boxOfTurns(billboard->_center, entry.box);
+}
+
+void kxBoundingBoxesMaker::addGeometry(Entry& entry, const kxGeometry* geometry)
+{
+    kxAABox own;
+    for (const kxAttr* attr : *geometry->getAttrs())
+    {
+        if (const auto* vertices = kxCast<kxGeometryAttr>(attr))
+            own.extendBy(getBox(vertices));
+        else if (const auto* set = kxCast<kxGeometrySetAttr>(attr))
+        {
+            for (const kxGeometryAttr* element : *set->_geometryAttrs)
+                if (element)
+                    own.extendBy(getBox(element));
+        }
+        else if (const auto* particles = kxCast<kxParticleAttr>(attr))
+            own.extendBy(boxOfParticles(*particles));
+    }
+    if (own.isEmpty())
+        return;
+    entry.box.extendBy(own);
+    (geometry->hasSkinnedAttr() ? entry.followsBones : entry.standsFree) = true;
+}
+
+// Skinned vertices stand where their bones are, wherever the actor hangs: in the bind pose all of them are moved by the same
+// matrix, that of any joint.
+void kxBoundingBoxesMaker::placeSkinned(Entry& entry, const kxActor* actor)
+{
+    const kxSkin* skin = actor->_skin;
+    if (!entry.followsBones || !skin || skin->_joints->isEmpty() || !skin->_joints->get(0))
+        return;
+    kxMatrix44f bind;
+    if (const kxVertexArray* matrices = skin->_inverseBindMatrices;
+        matrices && matrices->_matrix && matrices->_componentCount == 16 && matrices->_count > 0)
+        for (uint32_t i = 0; i < 16; ++i)
+            bind[static_cast<int>(i / 4)][i % 4] = static_cast<float>(matrices->getComponent(0, i));
+    const kxMatrix44f toRoot = bind * worldMatrixOf(skin->_joints->get(0));
+    const kxMatrix44f actorWorld = worldMatrixOf(actor);
+    if (actorWorld.determinant() == 0)
+        return;
+    const kxAABox placed = Imath::transform(entry.box, toRoot * actorWorld.inverse());
+    if (entry.standsFree)
+        entry.box.extendBy(placed);
+    else
+        entry.box = placed;
+    entry.followsBones = false;
+    entry.standsFree = true;
+}
+
+uint32_t kxBoundingBoxesMaker::removeAll(kxNode* root)
+{
+    uint32_t count = 0;
+    forEachNodeOnce(
+        root,
+        [](kxNode* node, void* context)
+        {
+            *static_cast<uint32_t*>(context) += node->_boundingVolume ? 1 : 0;
+            node->_boundingVolume = nullptr;
+        },
+        &count);
+    return count;
+}
+
+uint32_t kxBoundingBoxesMaker::apply(kxNode* root)
+{
+    if (!root)
+        return 0;
+    forget();
+    measure(root);
+    struct Context
+    {
+        kxBoundingBoxesMaker* maker;
+        uint32_t count;
+    } context{this, 0};
+    forEachNodeOnce(
+        root,
+        [](kxNode* node, void* data)
+        {
+            auto& [maker, count] = *static_cast<Context*>(data);
+            const kxAABox& box = maker->m_boxes[node].box;
+            if (box.isEmpty())
+            {
+                node->_boundingVolume = nullptr;
+                return;
+            }
+            ++count;
+            if (node->_boundingVolume && node->_boundingVolume->_box == box)
+                return;
+            // A volume may be shared with nodes elsewhere, so it is never changed.
+            const kxSmartPointer<kxBoundingVolume> volume(new (*maker->m_pool) kxBoundingVolume);
+            volume->_box = box;
+            node->_boundingVolume = volume;
+        },
+        &context);
+    return context.count;
+}
+
+uint32_t kxBoundingBoxesMaker::optimize(kxNode* root)
+{
+    struct Step
+    {
+        const kxGroup* group;
+        uint32_t next;
+        kxAABox above; // what the nearest volume on the path holds, in the group's own space
+    };
+    std::vector<Step> steps;
+    kxTSerialMap<bool> seen;
+    uint32_t count = 0;
+    auto enter = [&](kxNode* node, kxAABox above)
+    {
+        if (std::exchange(seen[node], true))
+            return;
+        const kxBoundingVolume* volume = node->_boundingVolume;
+        if (const auto* transform = kxCast<kxTransform>(node); transform && !above.isEmpty())
+            above = transform->getMatrix().determinant() == 0
+                        ? kxAABox()
+                        : Imath::transform(above, transform->getMatrix().inverse());
+        const bool keeps = node == root || node->getParentCount() > 1 || above.isEmpty();
+        if (volume && !keeps && holds(volume->_box, above))
+        {
+            node->_boundingVolume = nullptr;
+            ++count;
+        }
+        else if (volume)
+            above = volume->_box;
+        const auto* group = kxCast<kxGroup>(node);
+        if (group && group->getChildCount() > 0)
+            steps.push_back({group, 0, above});
+    };
+    if (root)
+        enter(root, kxAABox());
+    while (!steps.empty())
+    {
+        Step& step = steps.back();
+        if (step.next == step.group->getChildCount())
+            steps.pop_back();
+        else if (kxNode* child = step.group->getChild(step.next++))
+            enter(child, step.above);
+    }
+    return count;
+}
+
+} // namespace Kel::Sg
