@@ -1,7 +1,10 @@
 #include "opt/scene/kxSceneClasses.h"
 
 #include "opt/scene/kxCollapseHierarchy.h"
+#include "opt/scene/kxCompileGraph.h"
+#include "opt/scene/kxCreateBoundingBoxes.h"
 #include "opt/scene/kxFlattenHierarchy.h"
+#include "opt/scene/kxInternalizeShader.h"
 #include "opt/scene/kxPromoteAttrs.h"
 #include "opt/scene/kxRemoveAttrs.h"
 #include "opt/scene/kxShareAttrs.h"
@@ -19,6 +22,9 @@ void registerSceneClasses()
     kxRegisterClass<kxShareAttrs>("kxShareAttrs", "makes equal attributes of one type shared");
     kxRegisterClass<kxPromoteAttrs>("kxPromoteAttrs", "sets attributes once above all that share them");
     kxRegisterClass<kxRemoveAttrs>("kxRemoveAttrs", "removes all attributes of one type");
+    kxRegisterClass<kxCreateBoundingBoxes>("kxCreateBoundingBoxes", "gives nodes boxes around what they draw");
+    kxRegisterClass<kxCompileGraph>("kxCompileGraph", "has scenes recorded as a whole");
+    kxRegisterClass<kxInternalizeShader>("kxInternalizeShader", "takes the sources of shaders into the scene");
     kxRegisterClass<kxVerifyMemory>("kxVerifyMemory", "pictures that a run remembers");
     kxRegisterClass<kxVerifyPicture>("kxVerifyPicture",
                                      "remembers the picture, later fails where another one is shown");
