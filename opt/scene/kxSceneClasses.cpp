@@ -8,6 +8,7 @@
 #include "opt/scene/kxPromoteAttrs.h"
 #include "opt/scene/kxRemoveAttrs.h"
 #include "opt/scene/kxShareAttrs.h"
+#include "opt/scene/kxSpatialPartition.h"
 #include "opt/verify/kxVerifyMemory.h"
 #include "opt/verify/kxVerifyPicture.h"
 
@@ -22,6 +23,7 @@ void registerSceneClasses()
     kxRegisterClass<kxShareAttrs>("kxShareAttrs", "makes equal attributes of one type shared");
     kxRegisterClass<kxPromoteAttrs>("kxPromoteAttrs", "sets attributes once above all that share them");
     kxRegisterClass<kxRemoveAttrs>("kxRemoveAttrs", "removes all attributes of one type");
+    kxRegisterClass<kxSpatialPartition>("kxSpatialPartition", "makes the graph follow space, for culling");
     kxRegisterClass<kxCreateBoundingBoxes>("kxCreateBoundingBoxes", "gives nodes boxes around what they draw");
     kxRegisterClass<kxCompileGraph>("kxCompileGraph", "has scenes recorded as a whole");
     kxRegisterClass<kxInternalizeShader>("kxInternalizeShader", "takes the sources of shaders into the scene");
