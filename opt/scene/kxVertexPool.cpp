@@ -68,12 +68,15 @@ void readElement(const kxVertexArray& form, const uint8_t* at, double* values)
         values[c] = readComponent(at + c * bytes, form._componentType, form._normalized);
 }
 
-void normalize(double* values)
+// False for a direction that has nearly vanished between two opposite ones.
+bool normalize(double* values)
 {
     const double length = std::sqrt(values[0] * values[0] + values[1] * values[1] + values[2] * values[2]);
-    if (length > 0)
-        for (int c = 0; c < 3; ++c)
-            values[c] /= length;
+    if (!(length > 1e-4))
+        return false;
+    for (int c = 0; c < 3; ++c)
+        values[c] /= length;
+    return true;
 }
 
 } // namespace
@@ -222,11 +225,9 @@ void kxVertexPool::interpolate(Channel& channel, uint32_t a, uint32_t b, float w
     channel.added.resize(start + channel.bytes); // before the elements are looked at: they may lie in it
     uint8_t* target = channel.added.data() + start;
     const uint8_t *from = elementOf(channel, a), *to = elementOf(channel, b);
+    std::memcpy(target, way < 0.5f ? from : to, channel.bytes);
     if (channel.kind == NEARER)
-    {
-        std::memcpy(target, way < 0.5f ? from : to, channel.bytes);
         return;
-    }
     const uint32_t count = form._componentCount;
     double x[4], y[4];
     readElement(form, from, x);
@@ -235,8 +236,8 @@ void kxVertexPool::interpolate(Channel& channel, uint32_t a, uint32_t b, float w
         x[3] = y[3] = way < 0.5f ? x[3] : y[3];
     for (uint32_t c = 0; c < count; ++c)
         x[c] += (y[c] - x[c]) * way;
-    if (channel.kind == DIRECTION || channel.kind == TANGENT)
-        normalize(x);
+    if ((channel.kind == DIRECTION || channel.kind == TANGENT) && !normalize(x))
+        return;
     const uint32_t bytes = componentBytes(form._componentType);
     for (uint32_t c = 0; c < count; ++c)
         writeComponent(target + c * bytes, form._componentType, form._normalized, x[c]);

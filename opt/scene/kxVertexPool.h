@@ -26,8 +26,8 @@ struct kxPrimitives
 /// The vertices of one vertex data by number, and behind them new ones that lie between two others. From any of them new
 /// vertex data can be made, with all attributes and morph targets.
 ///
-/// Attributes of a new vertex are interpolated: directions have length 1 again, the sign of a tangent and plain whole numbers
-/// are those of the nearer end. Positions that are whole numbers become floating-point ones when a vertex is added.
+/// Attributes of a new vertex are interpolated: directions have length 1 again; the sign of a tangent, plain whole
+/// numbers, and directions that cancel each other out are those of the nearer end. Positions that are whole numbers become floating-point ones when a vertex is added.
 class kxVertexPool
 {
 public:
