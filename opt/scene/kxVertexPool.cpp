@@ -72,7 +72,7 @@ void readElement(const kxVertexArray& form, const uint8_t* at, double* values)
 bool normalize(double* values)
 {
     const double length = std::sqrt(values[0] * values[0] + values[1] * values[1] + values[2] * values[2]);
-    if (!(length > 1e-4))
+    if (!(length > 1e-6))
         return false;
     for (int c = 0; c < 3; ++c)
         values[c] /= length;
