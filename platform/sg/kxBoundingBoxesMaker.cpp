@@ -4,7 +4,6 @@
 #include "platform/attrs/kxGeometrySetAttr.h"
 #include "platform/attrs/kxParticleAttr.h"
 #include "platform/sg/kxBillboard.h"
-#include "platform/sg/kxSceneInfo.h"
 #include "platform/sg/kxTransform.h"
 
 #include <Imath/ImathBoxAlgo.h>
@@ -12,7 +11,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <vector>
+#include <utility>
 
 namespace Kel::Sg
 {
@@ -192,31 +191,58 @@ const kxAABox& kxBoundingBoxesMaker::getBox(const kxGeometryAttr* attr)
 const kxAABox& kxBoundingBoxesMaker::getBox(kxNode* node)
 {
     if (m_boxes.get(node).state != KNOWN)
-        measure(node);
+        measure(node, false);
     return m_boxes[node].box;
 }
 
 kxAABox kxBoundingBoxesMaker::getBoxInParent(kxNode* node)
 {
     const kxAABox& box = getBox(node);
-    const auto* transform = kxCast<kxTransform>(node);
-    return transform && !box.isEmpty() ? Imath::transform(box, transform->getMatrix()) : box;
+    if (!(kindOf(node) & TRANSFORM) || box.isEmpty())
+        return box;
+    return Imath::transform(box, static_cast<const kxTransform*>(node)->getMatrix());
 }
 
-void kxBoundingBoxesMaker::measure(kxNode* root)
+uint8_t kxBoundingBoxesMaker::kindOf(const kxNode* node)
+{
+    const kxMetaObject* type = node->getMetaObject();
+    const uint32_t index = type->getIndex();
+    if (index >= m_kinds.size())
+        m_kinds.resize(index + 1);
+    uint8_t& kind = m_kinds[index];
+    if (kind == 0)
+    {
+        kind = CLASSIFIED;
+        const std::pair<const kxMetaObject*, uint8_t> table[] = {
+            {kxGroup::staticMetaObject(), GROUP},          {kxTransform::staticMetaObject(), TRANSFORM},
+            {kxGeometry::staticMetaObject(), GEOMETRY},    {kxActor::staticMetaObject(), PLACES},
+            {kxInstanceArray::staticMetaObject(), PLACES}, {kxBillboard::staticMetaObject(), PLACES}};
+        for (const auto& [base, bits] : table)
+            if (type->isDerivedFrom(base))
+                kind |= bits;
+    }
+    return kind;
+}
+
+// The box of each node is gathered while what is below it is looked at, so that every node is touched once. Answers how many
+// of the nodes met have a volume, when they get some.
+uint32_t kxBoundingBoxesMaker::measure(kxNode* root, bool setsVolumes)
 {
     struct Step
     {
         kxNode* node;
         uint32_t next;
         uint32_t count;
+        uint8_t kind;
+        Entry entry;
     };
     std::vector<Step> steps;
+    uint32_t volumeCount = 0;
     auto enter = [&](kxNode* node)
     {
         m_boxes[node].state = OPEN;
-        const auto* group = kxCast<kxGroup>(node);
-        steps.push_back({node, 0, group ? group->getChildCount() : 0});
+        const uint8_t kind = kindOf(node);
+        steps.push_back({node, 0, kind & GROUP ? static_cast<kxGroup*>(node)->getChildCount() : 0, kind, {}});
     };
     enter(root);
     while (!steps.empty())
@@ -225,39 +251,45 @@ void kxBoundingBoxesMaker::measure(kxNode* root)
         if (step.next < step.count)
         {
             kxNode* child = static_cast<const kxGroup*>(step.node)->getChild(step.next++);
-            if (child && m_boxes.get(child).state == UNKNOWN)
+            if (!child)
+                continue;
+            const Entry known = m_boxes.get(child);
+            if (known.state == UNKNOWN)
                 enter(child);
+            else if (known.state == KNOWN) // one that is open lies above itself and adds nothing
+                addBelow(step.entry, known, child, kindOf(child));
             continue;
         }
-        close(step.node);
+        if (step.kind & GEOMETRY)
+            addGeometry(step.entry, static_cast<const kxGeometry*>(step.node));
+        if (step.kind & PLACES && !step.entry.box.isEmpty())
+            place(step.entry, static_cast<const kxGroup*>(step.node));
+        step.entry.state = KNOWN;
+        m_boxes[step.node] = step.entry;
+        if (setsVolumes)
+        {
+            setVolume(step.node, step.entry.box);
+            volumeCount += step.node->_boundingVolume ? 1 : 0;
+        }
+        if (steps.size() > 1)
+            addBelow(steps[steps.size() - 2].entry, step.entry, step.node, step.kind);
         steps.pop_back();
     }
+    return volumeCount;
 }
 
-// The boxes of all children are known; one that is open lies above itself and adds nothing.
-void kxBoundingBoxesMaker::close(kxNode* node)
+void kxBoundingBoxesMaker::addBelow(Entry& entry, const Entry& below, const kxNode* node, uint8_t kind)
 {
-    Entry& entry = m_boxes[node];
-    entry = {};
-    entry.state = KNOWN;
-    const auto* group = kxCast<kxGroup>(node);
-    if (!group)
+    if (below.box.isEmpty())
         return;
-    for (uint32_t i = 0; i < group->getChildCount(); ++i)
-        if (kxNode* child = group->getChild(i))
-        {
-            const Entry below = m_boxes.get(child);
-            if (below.state != KNOWN || below.box.isEmpty())
-                continue;
-            const auto* transform = kxCast<kxTransform>(child);
-            entry.box.extendBy(transform ? Imath::transform(below.box, transform->getMatrix()) : below.box);
-            entry.followsBones |= below.followsBones;
-            entry.standsFree |= below.standsFree;
-        }
-    if (const auto* geometry = kxCast<kxGeometry>(group))
-        addGeometry(entry, geometry);
-    if (entry.box.isEmpty())
-        return;
+    entry.box.extendBy(
+        kind & TRANSFORM ? Imath::transform(below.box, static_cast<const kxTransform*>(node)->getMatrix()) : below.box);
+    entry.followsBones |= below.followsBones;
+    entry.standsFree |= below.standsFree;
+}
+
+void kxBoundingBoxesMaker::place(Entry& entry, const kxGroup* group)
+{
     if (const auto* actor = kxCast<kxActor>(group))
         placeSkinned(entry, actor);
     else if (const auto* instances = kxCast<kxInstanceArray>(group))
@@ -313,52 +345,56 @@ void kxBoundingBoxesMaker::placeSkinned(Entry& entry, const kxActor* actor)
     entry.standsFree = true;
 }
 
+template <class F>
+void kxBoundingBoxesMaker::forEachOnce(kxNode* root, F callback)
+{
+    kxTSerialMap<bool> seen;
+    std::vector<kxNode*> open;
+    if (root)
+        open.push_back(root);
+    while (!open.empty())
+    {
+        kxNode* node = open.back();
+        open.pop_back();
+        if (std::exchange(seen[node], true))
+            continue;
+        callback(node);
+        if (const auto* group = kxCast<kxGroup>(node))
+            for (uint32_t i = group->getChildCount(); i-- > 0;)
+                if (kxNode* child = group->getChild(i))
+                    open.push_back(child);
+    }
+}
+
 uint32_t kxBoundingBoxesMaker::removeAll(kxNode* root)
 {
     uint32_t count = 0;
-    forEachNodeOnce(
-        root,
-        [](kxNode* node, void* context)
-        {
-            *static_cast<uint32_t*>(context) += node->_boundingVolume ? 1 : 0;
-            node->_boundingVolume = nullptr;
-        },
-        &count);
+    forEachOnce(root,
+                [&](kxNode* node)
+                {
+                    count += node->_boundingVolume ? 1 : 0;
+                    node->_boundingVolume = nullptr;
+                });
     return count;
 }
 
 uint32_t kxBoundingBoxesMaker::apply(kxNode* root)
 {
-    if (!root)
-        return 0;
     forget();
-    measure(root);
-    struct Context
+    return root ? measure(root, true) : 0;
+}
+
+void kxBoundingBoxesMaker::setVolume(kxNode* node, const kxAABox& box)
+{
+    if (box.isEmpty())
+        node->_boundingVolume = nullptr;
+    else if (!node->_boundingVolume || node->_boundingVolume->_box != box)
     {
-        kxBoundingBoxesMaker* maker;
-        uint32_t count;
-    } context{this, 0};
-    forEachNodeOnce(
-        root,
-        [](kxNode* node, void* data)
-        {
-            auto& [maker, count] = *static_cast<Context*>(data);
-            const kxAABox& box = maker->m_boxes[node].box;
-            if (box.isEmpty())
-            {
-                node->_boundingVolume = nullptr;
-                return;
-            }
-            ++count;
-            if (node->_boundingVolume && node->_boundingVolume->_box == box)
-                return;
-            // A volume may be shared with nodes elsewhere, so it is never changed.
-            const kxSmartPointer<kxBoundingVolume> volume(new (*maker->m_pool) kxBoundingVolume);
-            volume->_box = box;
-            node->_boundingVolume = volume;
-        },
-        &context);
-    return context.count;
+        // A volume may be shared with nodes elsewhere, so it is never changed.
+        kxSmartPointer<kxBoundingVolume> volume(new (*m_pool) kxBoundingVolume);
+        volume->_box = box;
+        node->_boundingVolume = std::move(volume);
+    }
 }
 
 uint32_t kxBoundingBoxesMaker::optimize(kxNode* root)
@@ -377,19 +413,19 @@ uint32_t kxBoundingBoxesMaker::optimize(kxNode* root)
         if (std::exchange(seen[node], true))
             return;
         const kxBoundingVolume* volume = node->_boundingVolume;
-        if (const auto* transform = kxCast<kxTransform>(node); transform && !above.isEmpty())
+        const uint8_t kind = kindOf(node);
+        if (const auto* transform = static_cast<const kxTransform*>(node); kind & TRANSFORM && !above.isEmpty())
             above = transform->getMatrix().determinant() == 0
                         ? kxAABox()
                         : Imath::transform(above, transform->getMatrix().inverse());
-        const bool keeps = node == root || node->getParentCount() > 1 || above.isEmpty();
-        if (volume && !keeps && holds(volume->_box, above))
+        if (volume && node != root && !above.isEmpty() && holds(volume->_box, above) && node->getParentCount() < 2)
         {
             node->_boundingVolume = nullptr;
             ++count;
         }
         else if (volume)
             above = volume->_box;
-        const auto* group = kxCast<kxGroup>(node);
+        const auto* group = kind & GROUP ? static_cast<const kxGroup*>(node) : nullptr;
         if (group && group->getChildCount() > 0)
             steps.push_back({group, 0, above});
     };

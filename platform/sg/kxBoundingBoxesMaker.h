@@ -6,6 +6,8 @@
 #include "platform/sg/kxGeometry.h"
 #include "platform/sg/kxInstanceArray.h"
 
+#include <vector>
+
 namespace Kel::Sg
 {
 
@@ -64,11 +66,27 @@ private:
         bool standsFree = false;   ///< something in it is not
     };
 
-    void measure(kxNode* node);
-    void close(kxNode* node);
-    void addGeometry(Entry& entry, const kxGeometry* geometry);
-    void placeSkinned(Entry& entry, const kxActor* actor);
+    /// What a class of nodes does to the boxes below it. Bits.
+    enum Kind : uint8_t
+    {
+        GROUP = 1,
+        TRANSFORM = 2,
+        GEOMETRY = 4,
+        PLACES = 8, ///< an actor, instances or a billboard
+        CLASSIFIED = 128
+    };
 
+    uint8_t kindOf(const kxNode* node);
+    uint32_t measure(kxNode* node, bool setsVolumes);
+    static void addBelow(Entry& entry, const Entry& below, const kxNode* node, uint8_t kind);
+    void addGeometry(Entry& entry, const kxGeometry* geometry);
+    void place(Entry& entry, const kxGroup* group);
+    void placeSkinned(Entry& entry, const kxActor* actor);
+    void setVolume(kxNode* node, const kxAABox& box);
+    template <class F>
+    static void forEachOnce(kxNode* root, F callback);
+
+    std::vector<uint8_t> m_kinds; // by index of the type
     kxMemoryPool* m_pool = &kxMemoryPool::getDefault();
     kxTSerialMap<Entry> m_boxes; // of nodes and of vertex data
 };
