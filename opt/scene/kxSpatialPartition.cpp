@@ -71,13 +71,6 @@ float fractionWithin(const kxAABox& box, const kxAABox& cell)
 
 } // namespace
 
-struct kxSpatialPartition::Cell
-{
-    kxAABox box;
-    short index[3];
-    std::vector<kxSmartPointer<kxNode>> children;
-};
-
 bool kxSpatialPartition::configure(int)
 {
     return true;
@@ -88,8 +81,9 @@ bool kxSpatialPartition::apply(kxSmartPointer<kxNode>& root)
     if (!root)
         return false;
     m_boxes = kxNew<kxBoundingBoxesMaker>();
-    m_growth.clear();
+    m_isWalking = true;
     recurse(root, 0);
+    m_isWalking = false;
     m_boxes = nullptr;
     m_growth.clear();
     return !isCancelled(*this);
@@ -132,6 +126,7 @@ void kxSpatialPartition::recurse(kxSmartPointer<kxNode>& root, int rootLevel)
             partition(group);
         else if (_depth < 0 || before - 1 <= level)
             return group;
+        flush(group); // what a partition of another class has left
         levels[group] = level + 1;
         const uint32_t count = group->getChildCount();
         const int nextLevel = count > 1 ? level + 1 : level;
@@ -154,6 +149,21 @@ void kxSpatialPartition::recurse(kxSmartPointer<kxNode>& root, int rootLevel)
         if (child)
             enter(child, step.level);
     }
+    // Cells that were not entered: there were no more levels, or the run was cancelled.
+    while (!m_pending.empty())
+        flush(m_pending.begin()->second.first);
+}
+
+// Gives a cell the children that are still waiting for it.
+void kxSpatialPartition::flush(kxGroup* group)
+{
+    const auto at = m_pending.find(group->getSerial());
+    if (at == m_pending.end())
+        return;
+    const auto pending = std::move(at->second);
+    m_pending.erase(at);
+    for (const Item& item : pending.second)
+        group->appendChild(item.node);
 }
 
 bool kxSpatialPartition::isLarge(const kxGeometry* geometry) const
@@ -172,6 +182,8 @@ const char* kxSpatialPartition::findObstacle(kxGeometry* geometry)
 
 bool kxSpatialPartition::partition(kxSmartPointer<kxGroup>& group)
 {
+    if (!m_boxes)
+        m_boxes = kxNew<kxBoundingBoxesMaker>();
     bool created = false;
     if (kxSmartPointer<kxGeometry> geometry = kxCast<kxGeometry>(group.get()))
     {
@@ -197,13 +209,36 @@ bool kxSpatialPartition::partition(kxSmartPointer<kxGroup>& group)
     else if (group->isChildOrderSignificant())
         return false;
 
-    const kxAABox box = m_boxes->getBox(group);
-    if (!isUsable(box))
-        return false;
+    bool isPending = false;
+    kxAABox box;
+    Items items = takeItems(group, isPending, box);
+    const bool canBeCut =
+        items.size() == 1 && items[0].mayBeCut && isLarge(static_cast<kxGeometry*>(items[0].node.get()));
+    const bool canBeSorted = isUsable(box);
     std::vector<Cell> cells;
-    makeCells(box, cells);
-    if (distribute(group, cells))
-        attach(group, cells);
+    // A single child that is not cut would only be taken out and put back.
+    if (canBeSorted && (items.size() > 1 || canBeCut))
+    {
+        makeCells(box, cells);
+        Items kept;
+        if (distribute(group, items, cells, kept))
+        {
+            // From the end: each removal is next to the one before.
+            for (size_t i = items.size(); i-- > 0;)
+                if (!isPending && !items[i].node)
+                    group->removeChild(items[i].index);
+            for (const Item& item : kept)
+                if (isPending)
+                    group->appendChild(item.node);
+            attach(group, cells);
+            items.clear();
+        }
+    }
+    if (isPending)
+        for (const Item& item : items)
+            group->appendChild(item.node);
+    if (!canBeSorted)
+        return false;
 
     if (created && group->getChildCount() == 1)
     {
@@ -212,7 +247,41 @@ bool kxSpatialPartition::partition(kxSmartPointer<kxGroup>& group)
         group->removeAllChildren();
         group = static_cast<kxGroup*>(only.get());
     }
+    if (!m_isWalking)
+    {
+        while (!m_pending.empty())
+            flush(m_pending.begin()->second.first);
+        m_boxes = nullptr;
+    }
     return true;
+}
+
+// The children of a group with their boxes: of a new cell those that wait for it, whose boxes are known.
+kxSpatialPartition::Items kxSpatialPartition::takeItems(kxGroup* group, bool& isPending, kxAABox& box)
+{
+    Items items;
+    const auto at = m_pending.find(group->getSerial());
+    isPending = at != m_pending.end();
+    if (isPending)
+    {
+        items = std::move(at->second.second);
+        m_pending.erase(at);
+        for (const Item& item : items)
+            box.extendBy(item.box);
+        return items;
+    }
+    box = m_boxes->getBox(group);
+    const uint32_t count = group->getChildCount();
+    items.reserve(count);
+    for (uint32_t i = 0; i < count; ++i)
+        if (kxNode* child = group->getChild(i))
+        {
+            const kxAABox childBox = m_boxes->getBoxInParent(child);
+            const bool mayBeCut =
+                _splitGeometry && child->isOfType(kxGeometry::staticMetaObject()) && child->getParentCount() == 1;
+            items.push_back({child, childBox, isUsable(childBox), mayBeCut, i});
+        }
+    return items;
 }
 
 void kxSpatialPartition::makeCells(const kxAABox& box, std::vector<Cell>& cells)
@@ -262,53 +331,64 @@ short kxSpatialPartition::getSubSpaceNum(short axis, kxPartitionType type, short
     return 1;
 }
 
-// Finds the cell of each child and takes the children that have one out of the group. False when nothing is to be done.
-bool kxSpatialPartition::distribute(kxGroup* group, std::vector<Cell>& cells)
+// Finds the cell of each item: `items` loses the nodes that go to one, `kept` gets the others. False, with the items as they
+// were, when nothing is to be done.
+bool kxSpatialPartition::distribute(kxGroup* group, Items& items, std::vector<Cell>& cells, Items& kept)
 {
-    const uint32_t count = group->getChildCount();
-    std::vector<uint32_t> leaving;
+    constexpr uint8_t kStays = 0xff, kGone = 0xfe;
+    std::vector<uint8_t> cellOf(items.size(), kStays);
+    std::vector<uint32_t> counts(cells.size());
     uint32_t usableCount = 0;
-    bool cut = false;
-    for (uint32_t i = 0; i < count; ++i)
+    bool changes = false, cut = false;
+    for (size_t i = 0; i < items.size(); ++i)
     {
-        const kxSmartPointer<kxNode> child = group->getChild(i);
-        if (!child)
-            continue;
-        const kxAABox box = m_boxes->getBoxInParent(child);
-        if (!isUsable(box))
+        const Item& item = items[i];
+        if (!item.usable)
             continue;
         ++usableCount;
-        auto* geometry = kxCast<kxGeometry>(child.get());
         // What other groups draw too is cut where the walk comes to it, for all of them.
-        if (geometry && geometry->getParentCount() == 1 && isLarge(geometry) && !findObstacle(geometry) &&
-            m_cutter.open(geometry))
+        auto* geometry = item.mayBeCut ? static_cast<kxGeometry*>(item.node.get()) : nullptr;
+        if (geometry && isLarge(geometry) && !findObstacle(geometry) && m_cutter.open(geometry))
         {
-            cut = true;
+            // Pieces come behind what was found for the cells so far.
+            for (size_t k = 0; k < i; ++k)
+                if (cellOf[k] < cells.size())
+                {
+                    cells[cellOf[k]].items.push_back(std::move(items[k]));
+                    cellOf[k] = kGone;
+                }
+            changes = cut = true;
             if (cutIntoCells(geometry, cells))
-                leaving.push_back(i);
+            {
+                items[i].node = nullptr;
+                cellOf[i] = kGone;
+            }
             continue;
         }
-        for (Cell& cell : cells)
+        for (size_t cell = 0; cell < cells.size(); ++cell)
         {
-            const float fraction = fractionWithin(box, cell.box);
+            const float fraction = fractionWithin(item.box, cells[cell].box);
             if (fraction != 0 && fraction >= 1 - _loose)
             {
-                cell.children.push_back(child);
-                leaving.push_back(i);
+                cellOf[i] = static_cast<uint8_t>(cell);
+                ++counts[cell];
+                changes = true;
                 break;
             }
         }
     }
-    const bool isOneForAll =
-        !cut && usableCount > 1 &&
-        std::any_of(cells.begin(), cells.end(), [&](const Cell& cell) { return cell.children.size() == usableCount; });
-    if (isOneForAll)
+    if (!cut && usableCount > 1 && std::find(counts.begin(), counts.end(), usableCount) != counts.end())
+    {
         refuse("one cell would take all children", group);
-    if ((leaving.empty() && !cut) || isOneForAll)
         return false;
-    // From the end: each removal is next to the one before.
-    for (size_t i = leaving.size(); i-- > 0;)
-        group->removeChild(leaving[i]);
+    }
+    if (!changes)
+        return false;
+    for (size_t i = 0; i < items.size(); ++i)
+        if (cellOf[i] == kStays)
+            kept.push_back(items[i]);
+        else if (cellOf[i] != kGone)
+            cells[cellOf[i]].items.push_back(std::move(items[i]));
     return true;
 }
 
@@ -323,7 +403,8 @@ bool kxSpatialPartition::cutIntoCells(kxGeometry* geometry, std::vector<Cell>& c
         const kxSmartPointer<kxGeometry> piece = splitGeometry(geometry, &cell.box);
         if (!piece || piece->getAttrs()->isEmpty())
             continue;
-        cell.children.emplace_back(piece);
+        const kxAABox& box = m_boxes->getBox(piece.get());
+        cell.items.push_back({piece, box, isUsable(box), true, 0});
         pieces.push_back(piece);
         after += piece->getTriangleCount();
         if (m_cutter.getGeometry() == geometry ? m_cutter.isEmpty() : geometry->getTriangleCount() == 0)
@@ -361,21 +442,21 @@ kxSmartPointer<kxGeometry> kxSpatialPartition::splitGeometry(kxGeometry* geometr
     return piece;
 }
 
-void kxSpatialPartition::attach(kxGroup* group, const std::vector<Cell>& cells)
+void kxSpatialPartition::attach(kxGroup* group, std::vector<Cell>& cells)
 {
-    for (const Cell& cell : cells)
+    for (Cell& cell : cells)
     {
-        if (cell.children.size() == 1)
-            group->appendChild(cell.children[0]);
-        if (cell.children.size() < 2)
+        if (cell.items.size() == 1)
+            group->appendChild(cell.items[0].node);
+        if (cell.items.size() < 2)
             continue;
-        const kxSmartPointer<kxGroup> below(new (getCreationMemoryPool()) kxGroup);
+        kxSmartPointer<kxGroup> below(new (getCreationMemoryPool()) kxGroup);
         below->setName(kxFormat("%s%d%d%d", kCellName, cell.index[0], cell.index[1], cell.index[2]));
-        for (const kxSmartPointer<kxNode>& child : cell.children)
-            below->appendChild(child);
         group->appendChild(below);
         count("cells made");
-        count("nodes moved into cells", static_cast<int64_t>(cell.children.size()));
+        count("nodes moved into cells", static_cast<int64_t>(cell.items.size()));
+        const uint32_t serial = below->getSerial();
+        m_pending.emplace(serial, std::pair(std::move(below), std::move(cell.items)));
     }
 }
 

@@ -5,6 +5,8 @@
 #include "opt/scene/kxGeometryCutter.h"
 #include "platform/sg/kxBoundingBoxesMaker.h"
 
+#include <map>
+
 namespace Kel::Opt
 {
 
@@ -60,24 +62,44 @@ protected:
     /// The part of a geometry within a cell, taken out of the geometry; null when there is none.
     virtual kxSmartPointer<kxGeometry> splitGeometry(kxGeometry* geometry, const kxAABox* cell);
     /// Distributes the children of a group into cells. `group` becomes the group that stands in its place: a new one for a
-    /// geometry that is cut. False when the group cannot be partitioned.
+    /// geometry that is cut. False when the group cannot be partitioned. During a walk a cell's group gets its children when it
+    /// has been partitioned itself, so that each child moves once; until then it is empty.
     virtual bool partition(kxSmartPointer<kxGroup>& group);
     /// Cells of a box along an axis; `sortedAxes` from the smallest extent to the largest.
     virtual short getSubSpaceNum(short axis, kxPartitionType type, short sortedAxes[3]);
 
 private:
-    struct Cell;
+    struct Item
+    {
+        kxSmartPointer<kxNode> node;
+        kxAABox box;    ///< in the group's space
+        bool usable;    ///< the box is one that can be sorted
+        bool mayBeCut;  ///< a geometry that nobody else draws
+        uint32_t index; ///< among the children of a group that has them already
+    };
+    using Items = std::vector<Item>;
+    struct Cell
+    {
+        kxAABox box;
+        short index[3];
+        Items items;
+    };
 
     void recurse(kxSmartPointer<kxNode>& node, int level);
-    const char* findObstacle(kxGeometry* geometry);
     bool isLarge(const kxGeometry* geometry) const;
+    const char* findObstacle(kxGeometry* geometry);
+    Items takeItems(kxGroup* group, bool& isPending, kxAABox& box);
     void makeCells(const kxAABox& box, std::vector<Cell>& cells);
-    bool distribute(kxGroup* group, std::vector<Cell>& cells);
-    void attach(kxGroup* group, const std::vector<Cell>& cells);
+    bool distribute(kxGroup* group, Items& items, std::vector<Cell>& cells, Items& kept);
+    void attach(kxGroup* group, std::vector<Cell>& cells);
     bool cutIntoCells(kxGeometry* geometry, std::vector<Cell>& cells);
+    void flush(kxGroup* group);
 
-    kxSmartPointer<kxBoundingBoxesMaker> m_boxes;
-    kxTSerialMap<float> m_growth; // of pieces: triangles that their line of cuts has made of one
+    kxSmartPointer<kxBoundingBoxesMaker> m_boxes; // while graphs are walked
+    kxTSerialMap<float> m_growth;                 // of pieces: triangles that their line of cuts has made of one
+    std::map<uint32_t, std::pair<kxSmartPointer<kxGroup>, Items>>
+        m_pending; // children of new cells, by serial of the cell
+    bool m_isWalking = false;
     kxGeometryCutter m_cutter;
 };
 
