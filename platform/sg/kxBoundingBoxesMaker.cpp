@@ -3,10 +3,9 @@
 
 #include "platform/attrs/kxGeometrySetAttr.h"
 #include "platform/attrs/kxParticleAttr.h"
+#include "platform/math/kxBoxes.h"
 #include "platform/sg/kxBillboard.h"
 #include "platform/sg/kxTransform.h"
-
-#include <Imath/ImathBoxAlgo.h>
 
 #include <algorithm>
 #include <cmath>
@@ -15,6 +14,8 @@
 
 namespace Kel::Sg
 {
+
+using Math::transformBox;
 
 KX_IMPLEMENT(kxBoundingBoxesMaker)
 
@@ -63,6 +64,28 @@ private:
     bool m_isFloat;
 };
 
+template <class T, class F>
+void forEachIndexAs(const kxVertexArray& indices, F& callback)
+{
+    for (int64_t i = 0; i < indices._count; ++i)
+    {
+        T index;
+        std::memcpy(&index, indices.getElement(i), sizeof index);
+        callback(index);
+    }
+}
+
+template <class F>
+void forEachIndex(const kxVertexArray& indices, F callback)
+{
+    switch (componentBytes(indices._componentType))
+    {
+    case 1: return forEachIndexAs<uint8_t>(indices, callback);
+    case 2: return forEachIndexAs<uint16_t>(indices, callback);
+    default: return forEachIndexAs<uint32_t>(indices, callback);
+    }
+}
+
 kxAABox boxOfVertices(const kxGeometryAttr& attr)
 {
     static const kxStringRef kPosition("POSITION");
@@ -95,9 +118,12 @@ kxAABox boxOfVertices(const kxGeometryAttr& attr)
         for (int64_t i = 0; i < vertexCount; ++i)
             add(i);
     else
-        for (int64_t i = 0; i < attr._indices->_count; ++i)
-            if (const uint32_t vertex = attr._indices->getIndex(i); vertex < vertexCount)
-                add(vertex);
+        forEachIndex(*attr._indices,
+                     [&](uint32_t vertex)
+                     {
+                         if (vertex < vertexCount)
+                             add(vertex);
+                     });
     return box;
 }
 
@@ -138,7 +164,7 @@ kxAABox boxOfInstances(const kxInstanceArray& instances, const kxAABox& box)
         if (rotations && i < rotations->_count)
             rotation = kxQuatf(number(rotations, i, 3), number(rotations, i, 0), number(rotations, i, 1),
                                number(rotations, i, 2));
-        all.extendBy(Imath::transform(box, Math::composeMatrix(translation, rotation, scale)));
+        all.extendBy(transformBox(box, Math::composeMatrix(translation, rotation, scale)));
     }
     return all;
 }
@@ -200,7 +226,7 @@ kxAABox kxBoundingBoxesMaker::getBoxInParent(kxNode* node)
     const kxAABox& box = getBox(node);
     if (!(kindOf(node) & TRANSFORM) || box.isEmpty())
         return box;
-    return Imath::transform(box, static_cast<const kxTransform*>(node)->getMatrix());
+    return transformBox(box, static_cast<const kxTransform*>(node)->getMatrix());
 }
 
 uint8_t kxBoundingBoxesMaker::kindOf(const kxNode* node)
@@ -282,8 +308,8 @@ void kxBoundingBoxesMaker::addBelow(Entry& entry, const Entry& below, const kxNo
 {
     if (below.box.isEmpty())
         return;
-    entry.box.extendBy(
-        kind & TRANSFORM ? Imath::transform(below.box, static_cast<const kxTransform*>(node)->getMatrix()) : below.box);
+    entry.box.extendBy(kind & TRANSFORM ? transformBox(below.box, static_cast<const kxTransform*>(node)->getMatrix())
+                                        : below.box);
     entry.followsBones |= below.followsBones;
     entry.standsFree |= below.standsFree;
 }
@@ -336,7 +362,7 @@ void kxBoundingBoxesMaker::placeSkinned(Entry& entry, const kxActor* actor)
     const kxMatrix44f actorWorld = worldMatrixOf(actor);
     if (actorWorld.determinant() == 0)
         return;
-    const kxAABox placed = Imath::transform(entry.box, toRoot * actorWorld.inverse());
+    const kxAABox placed = transformBox(entry.box, toRoot * actorWorld.inverse());
     if (entry.standsFree)
         entry.box.extendBy(placed);
     else
@@ -415,9 +441,8 @@ uint32_t kxBoundingBoxesMaker::optimize(kxNode* root)
         const kxBoundingVolume* volume = node->_boundingVolume;
         const uint8_t kind = kindOf(node);
         if (const auto* transform = static_cast<const kxTransform*>(node); kind & TRANSFORM && !above.isEmpty())
-            above = transform->getMatrix().determinant() == 0
-                        ? kxAABox()
-                        : Imath::transform(above, transform->getMatrix().inverse());
+            above = transform->getMatrix().determinant() == 0 ? kxAABox()
+                                                              : transformBox(above, transform->getMatrix().inverse());
         if (volume && node != root && !above.isEmpty() && holds(volume->_box, above) && node->getParentCount() < 2)
         {
             node->_boundingVolume = nullptr;
