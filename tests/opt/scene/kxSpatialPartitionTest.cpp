@@ -462,6 +462,63 @@ TEST(kxSpatialPartition, PiecesAreTheOldGeometry)
         }
 }
 
+// What lies within a wall belongs to the first cell that has the wall, and to no other: triangles, lines and points alike.
+TEST(kxSpatialPartition, WallsBelongToOneSide)
+{
+    const std::vector<float> flat = {0, 0, 0, 0, 1, 0, 0, 0, 1, 0, 1, 1}; // all at x = 0
+    for (const kxPrimitiveMode mode :
+         {kxPrimitiveMode::TRIANGLE_STRIP, kxPrimitiveMode::LINES, kxPrimitiveMode::POINTS})
+    {
+        auto attr = kxNew<kxGeometryAttr>();
+        attr->_primitiveMode = mode;
+        attr->_arrays->append(makeArray("POSITION", kxComponentType::FLOAT32, 3, flat));
+        kxSurface whole, taken;
+        ASSERT_TRUE(whole.measure(*attr, nullptr, 0));
+        const auto geometry = makeGeometry(attr);
+        kxGeometryCutter cutter;
+        ASSERT_TRUE(cutter.open(geometry));
+        const kxAABox below(kxVec3f(-1, 0, 0), kxVec3f(0, 1, 1)), above(kxVec3f(0, 0, 0), kxVec3f(1, 1, 1));
+        const auto first = cutter.take(below, kxMemoryPool::getDefault());
+        ASSERT_TRUE(first);
+        ASSERT_TRUE(taken.measure(*first->getGeometryAttr(), nullptr, 0));
+        EXPECT_DOUBLE_EQ(taken.getArea(), whole.getArea());
+        EXPECT_FALSE(cutter.take(above, kxMemoryPool::getDefault()));
+        // Nothing was cut, so nothing was written anew.
+        EXPECT_EQ(first->getGeometryAttr(), attr.get());
+    }
+}
+
+// Quantized positions cannot name every wall; pieces that a wall has cut get floating-point ones, others keep theirs.
+TEST(kxSpatialPartition, QuantizedPositionsBecomeExact)
+{
+    std::vector<float> numbers;
+    for (const int corner : {0, 1, 2, 2, 1, 3})
+        numbers.insert(numbers.end(), {corner & 1 ? 60000.0f : 0, corner & 2 ? 30001.0f : 0, 7});
+    numbers.insert(numbers.end(), {1, 1, 7, 2, 1, 7, 1, 2, 7});
+    auto attr = kxNew<kxGeometryAttr>();
+    attr->_arrays->append(makeArray("POSITION", kxComponentType::UINT16, 3, numbers, true));
+    kxSurface whole, pieces;
+    ASSERT_TRUE(whole.measure(*attr, nullptr, 0));
+    const auto geometry = makeGeometry(attr);
+    kxGeometryCutter cutter;
+    ASSERT_TRUE(cutter.open(geometry));
+    const float wall = 1 / 3.0f;
+    for (const kxAABox& box :
+         {kxAABox(kxVec3f(0, 0, 0), kxVec3f(wall, 1, 1)), kxAABox(kxVec3f(wall, 0, 0), kxVec3f(1, 1, 1))})
+    {
+        const auto piece = cutter.take(box, kxMemoryPool::getDefault());
+        ASSERT_TRUE(piece);
+        const kxVertexArray* array = piece->getGeometryAttr()->_arrays->get(0);
+        EXPECT_EQ(array->_componentType, kxComponentType::FLOAT32);
+        for (uint32_t i = 0; i < array->_count; ++i)
+            EXPECT_TRUE(vectorAt(array, i).x >= box.min.x && vectorAt(array, i).x <= box.max.x);
+        kxSurface surface;
+        ASSERT_TRUE(surface.measure(*piece->getGeometryAttr(), nullptr, 0));
+        pieces.add(surface);
+    }
+    EXPECT_TRUE(whole.isAlike(pieces));
+}
+
 // Along a wall every vertex of one side has one at the very same place on the other, also where the source had a seam.
 TEST(kxSpatialPartition, SeamsAreTight)
 {
