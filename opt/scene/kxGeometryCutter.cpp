@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <utility>
 
 namespace Kel::Opt
 {
@@ -107,9 +108,9 @@ kxSmartPointer<kxGeometryAttr> kxGeometryCutter::takePart(Part& part, const kxAA
     bool cut = false;
     for (size_t i = 0; i + size <= vertices.size(); i += size)
     {
-        // Beyond a wall with all of its vertices, or at most touching it.
+        // Outside: beyond a wall with all of its vertices, or at most touching it.
         bool isInside = true, isOutside = false;
-        for (int axis = 0; axis < 3; ++axis)
+        for (int axis = 0; axis < 3 && !isOutside; ++axis)
         {
             float low = part.pool.getPosition(vertices[i])[axis], high = low;
             for (uint32_t c = 1; c < size; ++c)
@@ -119,10 +120,10 @@ kxSmartPointer<kxGeometryAttr> kxGeometryCutter::takePart(Part& part, const kxAA
                 high = at > high ? at : high;
             }
             isInside &= !(low < box.min[axis]) && !(high > box.max[axis]);
-            isOutside |=
+            isOutside =
                 (low < box.min[axis] && high <= box.min[axis]) || (high > box.max[axis] && low >= box.max[axis]);
         }
-        if (isInside)
+        if (isInside && !isOutside)
             m_taken.vertices.insert(m_taken.vertices.end(), &vertices[i], &vertices[i] + size);
         else if (isOutside || size == 1 || !cutPrimitive(part, box, &vertices[i]))
             m_kept.insert(m_kept.end(), &vertices[i], &vertices[i] + size);
@@ -210,14 +211,42 @@ void kxGeometryCutter::splitAtWall(Part& part, int axis, float wall, bool keepsB
     m_inside.swap(m_next);
 }
 
+kxGeometryCutter::Crossings::Slot& kxGeometryCutter::Crossings::slotOf(uint64_t ends, uint64_t wall)
+{
+    const size_t mask = m_slots.size() - 1;
+    size_t at = static_cast<size_t>((ends ^ wall * 0xff51afd7ed558ccdu) * 0x9e3779b97f4a7c15u >> 32) & mask;
+    while (m_slots[at].ends != 0 && (m_slots[at].ends != ends || m_slots[at].wall != wall))
+        at = (at + 1) & mask;
+    return m_slots[at];
+}
+
+uint32_t& kxGeometryCutter::Crossings::find(uint64_t ends, uint64_t wall)
+{
+    if (m_used * 2 >= m_slots.size())
+    {
+        const std::vector<Slot> old =
+            std::exchange(m_slots, std::vector<Slot>(std::max<size_t>(64, m_slots.size() * 4)));
+        for (const Slot& slot : old)
+            if (slot.ends != 0)
+                slotOf(slot.ends, slot.wall) = slot;
+    }
+    Slot& slot = slotOf(ends, wall);
+    if (slot.ends == 0)
+    {
+        slot.ends = ends;
+        slot.wall = wall;
+        ++m_used;
+    }
+    return slot.vertex;
+}
+
 uint32_t kxGeometryCutter::crossingOf(Part& part, uint32_t a, uint32_t b, int axis, float wall)
 {
-    const Edge edge{uint64_t(std::min(a, b)) << 32 | std::max(a, b),
-                    uint64_t(axis) << 32 | std::bit_cast<uint32_t>(wall)};
-    const auto [at, isNew] = part.crossings.try_emplace(edge, 0u);
-    if (isNew)
-        at->second = part.pool.addCrossing(a, b, axis, wall);
-    return at->second;
+    uint32_t& crossing = part.crossings.find(uint64_t(std::min(a, b)) << 32 | std::max(a, b),
+                                             uint64_t(axis) << 32 | std::bit_cast<uint32_t>(wall));
+    if (crossing == Crossings::kNone)
+        crossing = part.pool.addCrossing(a, b, axis, wall);
+    return crossing;
 }
 
 void kxGeometryCutter::close()

@@ -5,7 +5,6 @@
 #include "platform/sg/kxGeometry.h"
 
 #include <memory>
-#include <unordered_map>
 
 namespace Kel::Opt
 {
@@ -40,15 +39,25 @@ public:
     void close();
 
 private:
-    struct Edge
+    /// Vertices where walls cross edges, by edge and wall. Open addressing: there is one for each small geometry.
+    class Crossings
     {
-        uint64_t ends;
-        uint64_t wall;
-        bool operator==(const Edge&) const = default;
-    };
-    struct EdgeHash
-    {
-        size_t operator()(const Edge& edge) const { return hashBytes(&edge, sizeof edge); }
+    public:
+        /// The place of a vertex, `kNone` until it is set; valid until the next call.
+        uint32_t& find(uint64_t ends, uint64_t wall);
+        static constexpr uint32_t kNone = UINT32_MAX;
+
+    private:
+        struct Slot
+        {
+            uint64_t ends = 0; // 0: free, which no edge has
+            uint64_t wall = 0;
+            uint32_t vertex = kNone;
+        };
+        Slot& slotOf(uint64_t ends, uint64_t wall);
+
+        std::vector<Slot> m_slots;
+        size_t m_used = 0;
     };
     struct Part
     {
@@ -59,7 +68,7 @@ private:
         kxPrimitives left;
         size_t wholeSize = 0; // of `left` in the beginning
         bool touched = false;
-        std::unordered_map<Edge, uint32_t, EdgeHash> crossings;
+        Crossings crossings;
     };
     using Corners = std::vector<uint32_t>;
 

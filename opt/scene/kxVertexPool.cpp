@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <numeric>
 #include <tuple>
 
 namespace Kel::Opt
@@ -60,6 +61,17 @@ double readComponent(const uint8_t* at, kxComponentType type, bool normalized)
     return 0;
 }
 
+template <class T>
+void readIndices(const kxVertexArray& indices, std::vector<uint32_t>& order)
+{
+    for (size_t i = 0; i < order.size(); ++i)
+    {
+        T index;
+        std::memcpy(&index, indices.getElement(static_cast<int64_t>(i)), sizeof index);
+        order[i] = index;
+    }
+}
+
 // One element as numbers, wherever it lies; matrices are not asked for.
 void readElement(const kxVertexArray& form, const uint8_t* at, double* values)
 {
@@ -93,12 +105,17 @@ bool kxPrimitives::read(const kxGeometryAttr& attr)
     if (vertexCount > UINT32_MAX / 2 || count > UINT32_MAX)
         return false;
     std::vector<uint32_t> order(static_cast<size_t>(count));
-    for (int64_t i = 0; i < count; ++i)
-    {
-        order[static_cast<size_t>(i)] = attr._indices ? attr._indices->getIndex(i) : static_cast<uint32_t>(i);
-        if (order[static_cast<size_t>(i)] >= vertexCount)
+    if (!attr._indices)
+        std::iota(order.begin(), order.end(), 0u);
+    else if (const uint32_t bytes = componentBytes(attr._indices->_componentType); bytes == 1)
+        readIndices<uint8_t>(*attr._indices, order);
+    else if (bytes == 2)
+        readIndices<uint16_t>(*attr._indices, order);
+    else
+        readIndices<uint32_t>(*attr._indices, order);
+    for (const uint32_t vertex : order)
+        if (vertex >= vertexCount)
             return false;
-    }
     const kxPrimitiveMode mode = attr._primitiveMode;
     size = mode == kxPrimitiveMode::POINTS ? 1 : mode <= kxPrimitiveMode::LINE_STRIP ? 2 : 3;
     const size_t n = order.size();
