@@ -3,6 +3,7 @@
 #include "opt/verify/kxPictureComparison.h"
 #include "platform/core/kxReport.h"
 #include "platform/sg/kxTransform.h"
+#include "tests/opt/scene/sheetGeometry.h"
 #include "tests/opt/testRun.h"
 #include "tests/support/kxExpectOptimized.h"
 #include "tests/support/kxRandomScene.h"
@@ -87,106 +88,6 @@ const ShapeCase kShapes[] = {
     {"a rod along x", {8, 0, 0}, "SpatialPartition000 SpatialPartition100"},
 };
 
-// --- cutting
-
-kxSmartPointer<kxVertexArray> makeArray(const char* semantic, kxComponentType type, uint32_t components,
-                                        const std::vector<float>& numbers, bool normalized = false)
-{
-    auto array = kxNew<kxVertexArray>();
-    array->_semantic = semantic;
-    array->_componentType = type;
-    array->_componentCount = components;
-    array->_normalized = normalized;
-    array->_count = static_cast<int64_t>(numbers.size() / components);
-    array->_stride = array->getElementBytes();
-    array->_data = kxMemoryBlock::create(numbers.size() * componentBytes(type));
-    uint8_t* at = array->_data->getWritableData();
-    for (const float number : numbers)
-    {
-        if (type == kxComponentType::FLOAT32)
-            std::memcpy(at, &number, 4);
-        else if (type == kxComponentType::UINT16)
-        {
-            const auto value = static_cast<uint16_t>(number);
-            std::memcpy(at, &value, 2);
-        }
-        else
-            *at = static_cast<uint8_t>(number);
-        at += componentBytes(type);
-    }
-    return array;
-}
-
-// A bent sheet of n x n squares with every kind of attribute, as triangles, a strip, a fan or as lines.
-kxSmartPointer<kxGeometryAttr> makeSheet(uint32_t n, kxPrimitiveMode mode, TestRandom* random = nullptr)
-{
-    std::vector<float> positions, normals, tangents, coordinates, colors, numbers, indices;
-    for (uint32_t y = 0; y <= n; ++y)
-        for (uint32_t x = 0; x <= n; ++x)
-        {
-            const float u = static_cast<float>(x) / static_cast<float>(n),
-                        v = static_cast<float>(y) / static_cast<float>(n);
-            const float noise = random ? static_cast<float>(random->below(100)) / 2000 : 0;
-            positions.insert(positions.end(), {u * 4 + noise, std::sin(u * 3) + v * v + noise, v * 4 - noise});
-            kxVec3f normal(-3 * std::cos(u * 3) / 4, 1, -v / 2);
-            normal.normalize();
-            normals.insert(normals.end(), {normal.x, normal.y, normal.z});
-            tangents.insert(tangents.end(), {1, 0, 0, u < 0.5f ? 1.0f : -1.0f});
-            coordinates.insert(coordinates.end(), {u, v});
-            colors.insert(colors.end(), {u * 255, v * 255, 0, 255});
-            numbers.push_back(u < 0.5f ? 3 : 7);
-        }
-    auto at = [&](uint32_t x, uint32_t y) { return static_cast<float>(y * (n + 1) + x); };
-    for (uint32_t y = 0; y < n; ++y)
-        for (uint32_t x = 0; x < n; ++x)
-            if (mode == kxPrimitiveMode::TRIANGLES)
-                indices.insert(indices.end(),
-                               {at(x, y), at(x, y + 1), at(x + 1, y), at(x + 1, y), at(x, y + 1), at(x + 1, y + 1)});
-            else if (mode == kxPrimitiveMode::LINES)
-                indices.insert(indices.end(), {at(x, y), at(x + 1, y + 1)});
-    // Rows of a strip are joined by triangles without extent.
-    for (uint32_t y = 0; y < n && mode == kxPrimitiveMode::TRIANGLE_STRIP; ++y)
-    {
-        if (y > 0)
-            indices.insert(indices.end(), {indices.back(), at(0, y)});
-        for (uint32_t x = 0; x <= n; ++x)
-            indices.insert(indices.end(), {at(x, y), at(x, y + 1)});
-    }
-    // To and fro, so that no line is long.
-    if (mode == kxPrimitiveMode::LINE_STRIP || mode == kxPrimitiveMode::LINE_LOOP)
-        for (uint32_t y = 0; y <= n; ++y)
-            for (uint32_t x = 0; x <= n; ++x)
-                indices.push_back(at(y % 2 ? n - x : x, y));
-    if (mode == kxPrimitiveMode::TRIANGLE_FAN)
-    {
-        indices = {at(n / 2, n / 2)};
-        for (uint32_t i = 0; i <= 4 * n; ++i)
-            indices.push_back(i < n       ? at(i, 0)
-                              : i < 2 * n ? at(n, i - n)
-                              : i < 3 * n ? at(3 * n - i, n)
-                              : i < 4 * n ? at(0, 4 * n - i)
-                                          : at(0, 0));
-    }
-    auto attr = kxNew<kxGeometryAttr>();
-    attr->_primitiveMode = mode;
-    attr->_arrays->append(makeArray("POSITION", kxComponentType::FLOAT32, 3, positions));
-    attr->_arrays->append(makeArray("NORMAL", kxComponentType::FLOAT32, 3, normals));
-    attr->_arrays->append(makeArray("TANGENT", kxComponentType::FLOAT32, 4, tangents));
-    attr->_arrays->append(makeArray("TEXCOORD_0", kxComponentType::FLOAT32, 2, coordinates));
-    attr->_arrays->append(makeArray("COLOR_0", kxComponentType::UINT8, 4, colors, true));
-    attr->_arrays->append(makeArray("_ID", kxComponentType::UINT8, 1, numbers));
-    if (mode != kxPrimitiveMode::POINTS)
-        attr->_indices = makeArray("INDICES", kxComponentType::UINT16, 1, indices);
-    return attr;
-}
-
-kxSmartPointer<kxGeometry> makeGeometry(kxGeometryAttr* attr)
-{
-    auto geometry = kxNew<kxGeometry>();
-    geometry->appendAttr(attr);
-    return geometry;
-}
-
 kxDrawList picture(kxNode* root)
 {
     kxDrawList list;
@@ -215,14 +116,6 @@ void forEachGeometry(kxNode* root, const std::function<void(kxGeometry*)>& callb
                 (*static_cast<const std::function<void(kxGeometry*)>*>(context))(geometry);
         },
         const_cast<void*>(static_cast<const void*>(&callback)));
-}
-
-kxVec3f vectorAt(const kxVertexArray* array, uint32_t index)
-{
-    kxVec3f vector;
-    for (uint32_t c = 0; c < 3; ++c)
-        vector[static_cast<int>(c)] = static_cast<float>(array->getComponent(index, c));
-    return vector;
 }
 
 } // namespace
@@ -401,122 +294,6 @@ TEST(kxSpatialPartition, CutsOnlyLargeGeometry)
             EXPECT_EQ(compare(before, picture(scene.root())), "");
             EXPECT_EQ(scene.root()->getName().str(), row.cut && !below ? "SpatialPartition" : "");
         }
-}
-
-// Whatever forms the triangles, and whatever attributes they have: the pieces cover what was covered, lie in their cells, meet
-// at walls without a gap, and their vertices are as the format wants them.
-TEST(kxSpatialPartition, PiecesAreTheOldGeometry)
-{
-    const kxPrimitiveMode modes[] = {kxPrimitiveMode::TRIANGLES,    kxPrimitiveMode::TRIANGLE_STRIP,
-                                     kxPrimitiveMode::TRIANGLE_FAN, kxPrimitiveMode::LINES,
-                                     kxPrimitiveMode::LINE_STRIP,   kxPrimitiveMode::LINE_LOOP,
-                                     kxPrimitiveMode::POINTS};
-    for (uint32_t seed = 1; seed <= 4; ++seed)
-        for (const kxPrimitiveMode mode : modes)
-        {
-            SCOPED_TRACE(kxFormat("mode %d, seed %u", static_cast<int>(mode), seed));
-            TestRandom random(seed);
-            const auto geometry = makeGeometry(makeSheet(13, mode, &random));
-            kxSurface whole;
-            ASSERT_TRUE(whole.measure(*geometry->getGeometryAttr(), nullptr, 0));
-            kxAABox all = kxNew<kxBoundingBoxesMaker>()->getBox(geometry.get());
-            kxGeometryCutter cutter;
-            ASSERT_EQ(kxGeometryCutter::findObstacle(geometry), nullptr);
-            ASSERT_TRUE(cutter.open(geometry));
-            kxSurface pieces;
-            const kxVec3f half = (all.max - all.min) / 2;
-            for (int cell = 0; cell < 8; ++cell)
-            {
-                kxAABox box;
-                for (int axis = 0; axis < 3; ++axis)
-                {
-                    const int index = cell >> (2 - axis) & 1;
-                    box.min[axis] = index ? all.min[axis] + half[axis] : all.min[axis];
-                    box.max[axis] = index ? all.max[axis] : all.min[axis] + half[axis];
-                }
-                const auto piece = cutter.take(box, kxMemoryPool::getDefault());
-                if (!piece)
-                    continue;
-                const kxGeometryAttr* data = piece->getGeometryAttr();
-                kxSurface surface;
-                ASSERT_TRUE(surface.measure(*data, nullptr, 0));
-                pieces.add(surface);
-                EXPECT_EQ(data->_indices->_componentType, kxComponentType::UINT16);
-                for (uint32_t i = 0; i < data->_arrays->get(0)->_count; ++i)
-                {
-                    const kxVec3f at = vectorAt(data->_arrays->get(0), i);
-                    for (int axis = 0; axis < 3; ++axis)
-                        EXPECT_TRUE(at[axis] >= box.min[axis] && at[axis] <= box.max[axis]) << at[axis];
-                    EXPECT_NEAR(vectorAt(data->_arrays->get(1), i).length(), 1, 1e-5);
-                    EXPECT_NEAR(vectorAt(data->_arrays->get(2), i).length(), 1, 1e-5);
-                    EXPECT_EQ(std::abs(data->_arrays->get(2)->getComponent(i, 3)), 1);
-                    const double id = data->_arrays->get(5)->getComponent(i, 0);
-                    EXPECT_TRUE(id == 3 || id == 7) << "numbers are not interpolated";
-                }
-            }
-            EXPECT_TRUE(cutter.isEmpty());
-            EXPECT_NEAR(pieces.getArea(), whole.getArea(), whole.getArea() * 1e-5);
-            kxSurface form; // modes become points, lines and triangles, which is what is compared
-            form.add(whole);
-            EXPECT_TRUE(form.isAlike(pieces));
-        }
-}
-
-// What lies within a wall belongs to the first cell that has the wall, and to no other: triangles, lines and points alike.
-TEST(kxSpatialPartition, WallsBelongToOneSide)
-{
-    const std::vector<float> flat = {0, 0, 0, 0, 1, 0, 0, 0, 1, 0, 1, 1}; // all at x = 0
-    for (const kxPrimitiveMode mode :
-         {kxPrimitiveMode::TRIANGLE_STRIP, kxPrimitiveMode::LINES, kxPrimitiveMode::POINTS})
-    {
-        auto attr = kxNew<kxGeometryAttr>();
-        attr->_primitiveMode = mode;
-        attr->_arrays->append(makeArray("POSITION", kxComponentType::FLOAT32, 3, flat));
-        kxSurface whole, taken;
-        ASSERT_TRUE(whole.measure(*attr, nullptr, 0));
-        const auto geometry = makeGeometry(attr);
-        kxGeometryCutter cutter;
-        ASSERT_TRUE(cutter.open(geometry));
-        const kxAABox below(kxVec3f(-1, 0, 0), kxVec3f(0, 1, 1)), above(kxVec3f(0, 0, 0), kxVec3f(1, 1, 1));
-        const auto first = cutter.take(below, kxMemoryPool::getDefault());
-        ASSERT_TRUE(first);
-        ASSERT_TRUE(taken.measure(*first->getGeometryAttr(), nullptr, 0));
-        EXPECT_DOUBLE_EQ(taken.getArea(), whole.getArea());
-        EXPECT_FALSE(cutter.take(above, kxMemoryPool::getDefault()));
-        // Nothing was cut, so nothing was written anew.
-        EXPECT_EQ(first->getGeometryAttr(), attr.get());
-    }
-}
-
-// Quantized positions cannot name every wall; pieces that a wall has cut get floating-point ones, others keep theirs.
-TEST(kxSpatialPartition, QuantizedPositionsBecomeExact)
-{
-    std::vector<float> numbers;
-    for (const int corner : {0, 1, 2, 2, 1, 3})
-        numbers.insert(numbers.end(), {corner & 1 ? 60000.0f : 0, corner & 2 ? 30001.0f : 0, 7});
-    numbers.insert(numbers.end(), {1, 1, 7, 2, 1, 7, 1, 2, 7});
-    auto attr = kxNew<kxGeometryAttr>();
-    attr->_arrays->append(makeArray("POSITION", kxComponentType::UINT16, 3, numbers, true));
-    kxSurface whole, pieces;
-    ASSERT_TRUE(whole.measure(*attr, nullptr, 0));
-    const auto geometry = makeGeometry(attr);
-    kxGeometryCutter cutter;
-    ASSERT_TRUE(cutter.open(geometry));
-    const float wall = 1 / 3.0f;
-    for (const kxAABox& box :
-         {kxAABox(kxVec3f(0, 0, 0), kxVec3f(wall, 1, 1)), kxAABox(kxVec3f(wall, 0, 0), kxVec3f(1, 1, 1))})
-    {
-        const auto piece = cutter.take(box, kxMemoryPool::getDefault());
-        ASSERT_TRUE(piece);
-        const kxVertexArray* array = piece->getGeometryAttr()->_arrays->get(0);
-        EXPECT_EQ(array->_componentType, kxComponentType::FLOAT32);
-        for (uint32_t i = 0; i < array->_count; ++i)
-            EXPECT_TRUE(vectorAt(array, i).x >= box.min.x && vectorAt(array, i).x <= box.max.x);
-        kxSurface surface;
-        ASSERT_TRUE(surface.measure(*piece->getGeometryAttr(), nullptr, 0));
-        pieces.add(surface);
-    }
-    EXPECT_TRUE(whole.isAlike(pieces));
 }
 
 // Along a wall every vertex of one side has one at the very same place on the other, also where the source had a seam.
