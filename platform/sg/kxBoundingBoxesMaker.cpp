@@ -440,9 +440,11 @@ uint32_t kxBoundingBoxesMaker::optimize(kxNode* root)
             return;
         const kxBoundingVolume* volume = node->_boundingVolume;
         const uint8_t kind = kindOf(node);
-        if (const auto* transform = static_cast<const kxTransform*>(node); kind & TRANSFORM && !above.isEmpty())
-            above = transform->getMatrix().determinant() == 0 ? kxAABox()
-                                                              : transformBox(above, transform->getMatrix().inverse());
+        if (kind & TRANSFORM && !above.isEmpty())
+        {
+            const kxMatrix44f& matrix = static_cast<const kxTransform*>(node)->getMatrix();
+            above = matrix.determinant() == 0 ? kxAABox() : transformBox(above, matrix.inverse());
+        }
         if (volume && node != root && !above.isEmpty() && holds(volume->_box, above) && node->getParentCount() < 2)
         {
             node->_boundingVolume = nullptr;
