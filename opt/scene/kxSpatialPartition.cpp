@@ -182,8 +182,8 @@ const char* kxSpatialPartition::findObstacle(kxGeometry* geometry)
 
 bool kxSpatialPartition::partition(kxSmartPointer<kxGroup>& group)
 {
-    if (!m_boxes)
-        m_boxes = kxNew<kxBoundingBoxesMaker>();
+    if (!m_isWalking)
+        m_boxes = kxNew<kxBoundingBoxesMaker>(); // a group by itself: nobody says what has changed since the last one
     bool created = false;
     if (kxSmartPointer<kxGeometry> geometry = kxCast<kxGeometry>(group.get()))
     {
@@ -247,12 +247,8 @@ bool kxSpatialPartition::partition(kxSmartPointer<kxGroup>& group)
         group->removeAllChildren();
         group = static_cast<kxGroup*>(only.get());
     }
-    if (!m_isWalking)
-    {
-        while (!m_pending.empty())
-            flush(m_pending.begin()->second.first);
-        m_boxes = nullptr;
-    }
+    while (!m_isWalking && !m_pending.empty())
+        flush(m_pending.begin()->second.first);
     return true;
 }
 
@@ -302,7 +298,7 @@ void kxSpatialPartition::makeCells(const kxAABox& box, std::vector<Cell>& cells)
                                                                      : kxQuadTree;
     short counts[3];
     for (short axis = 0; axis < 3; ++axis)
-        counts[axis] = getSubSpaceNum(axis, type, sorted);
+        counts[axis] = std::max<short>(getSubSpaceNum(axis, type, sorted), 1);
 
     for (short x = 0; x < counts[0]; ++x)
         for (short y = 0; y < counts[1]; ++y)
@@ -335,8 +331,8 @@ short kxSpatialPartition::getSubSpaceNum(short axis, kxPartitionType type, short
 // were, when nothing is to be done.
 bool kxSpatialPartition::distribute(kxGroup* group, Items& items, std::vector<Cell>& cells, Items& kept)
 {
-    constexpr uint8_t kStays = 0xff, kGone = 0xfe;
-    std::vector<uint8_t> cellOf(items.size(), kStays);
+    constexpr uint32_t kStays = UINT32_MAX, kGone = UINT32_MAX - 1;
+    std::vector<uint32_t> cellOf(items.size(), kStays);
     std::vector<uint32_t> counts(cells.size());
     uint32_t usableCount = 0;
     bool changes = false, cut = false;
@@ -370,7 +366,7 @@ bool kxSpatialPartition::distribute(kxGroup* group, Items& items, std::vector<Ce
             const float fraction = fractionWithin(item.box, cells[cell].box);
             if (fraction != 0 && fraction >= 1 - _loose)
             {
-                cellOf[i] = static_cast<uint8_t>(cell);
+                cellOf[i] = static_cast<uint32_t>(cell);
                 ++counts[cell];
                 changes = true;
                 break;

@@ -194,6 +194,33 @@ TEST(kxSpatialPartition, LoosenessDecides)
     EXPECT_EQ(result.refusals.at("one cell would take all children"), 1);
 }
 
+// A host's own way to cut boxes, and a group partitioned by itself, with all its cells filled.
+TEST(kxSpatialPartition, HostsDecideHowManyCells)
+{
+    class Slices : public kxSpatialPartition
+    {
+    public:
+        short getSubSpaceNum(short axis, kxPartitionType type, short sortedAxes[3]) override
+        {
+            EXPECT_EQ(type, kxBiTree);
+            return axis == sortedAxes[2] ? 4 : 0;
+        }
+        using kxSpatialPartition::partition;
+    };
+    std::vector<kxVec3f> places;
+    for (int i = 0; i < 16; ++i)
+        places.emplace_back(0.0f, static_cast<float>(i), 0.0f);
+    const TestScene scene = parseScene(cubesAt(places));
+    TestRun run;
+    const auto slices = run.create<Slices>();
+    kxSmartPointer<kxGroup> group = kxCast<kxGroup>(scene.root());
+    EXPECT_TRUE(slices->partition(group));
+    EXPECT_EQ(namesOfChildren(group),
+              "SpatialPartition000 SpatialPartition010 SpatialPartition020 SpatialPartition030");
+    for (uint32_t i = 0; i < 4; ++i)
+        EXPECT_EQ(kxCast<kxGroup>(group->getChild(i))->getChildCount(), 4u);
+}
+
 TEST(kxSpatialPartition, DepthLimitsLevels)
 {
     // Four clusters of four along x, each with two pairs.
