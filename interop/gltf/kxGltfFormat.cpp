@@ -1,5 +1,6 @@
 #include "interop/gltf/kxGltfFormat.h"
 
+#include "interop/gltf/kxGltfOptions.h"
 #include "interop/gltf/kxGltfReader.h"
 #include "interop/gltf/kxGltfWriter.h"
 
@@ -27,9 +28,12 @@ kxResult kxGltfFormat::read(const char* path, const kxFileOptions& options, kxDi
     return kxGltfReader(path, options).read(directory) ? kSuccess : kFailure;
 }
 
-kxResult kxGltfFormat::write(kxDirectory& directory, const char* path, const kxFileOptions&)
+kxResult kxGltfFormat::write(kxDirectory& directory, const char* path, const kxFileOptions& options)
 {
-    return kxGltfWriter(path, getLowerCaseExtension(path) == "glb").write(directory) ? kSuccess : kFailure;
+    const auto* own = kxCast<kxGltfOptions>(&options);
+    kxGltfWriter writer(path, getLowerCaseExtension(path) == "glb");
+    writer.setVolumesWritten(own && own->_writeVolumes);
+    return writer.write(directory) ? kSuccess : kFailure;
 }
 
 } // namespace Kel::Gltf

@@ -338,7 +338,10 @@ void kxGltfGraph::push(const kxGroup* group, uint32_t owner, uint32_t state, uin
 {
     if (opensNode)
         m_loose.emplace_back();
-    m_frames.push_back({group, 0, owner, state, modifiers, opensNode, withoutGeometry});
+    const auto* mesh = kxCast<kxMesh>(group);
+    if (!mesh && !m_frames.empty())
+        mesh = m_frames.back().mesh;
+    m_frames.push_back({group, 0, owner, state, modifiers, opensNode, withoutGeometry, mesh});
 }
 
 bool kxGltfGraph::isFoldable(const kxInstanceArray* instances) const
@@ -497,7 +500,12 @@ void kxGltfGraph::finishOwner(const Frame& frame)
             name = loose.primitives[0].geometry->getName();
         if (name.isEmpty() && frame.owner != kNone && nodes[frame.owner].source)
             name = nodes[frame.owner].source->getName();
-        placeMesh(frame.owner, internMesh(nullptr, name, std::move(loose.primitives)), loose.modifiers);
+        if (frame.mesh)
+            name = frame.mesh->getName(); // a part of it, which is still to be found by its name
+        const uint32_t number = internMesh(nullptr, name, std::move(loose.primitives));
+        if (number != kNone)
+            meshes[number].partOf = frame.mesh;
+        placeMesh(frame.owner, number, loose.modifiers);
     }
 }
 
@@ -525,7 +533,7 @@ bool kxGltfGraph::walk()
 // Visits a node as if it were the child of nothing.
 bool kxGltfGraph::addBelow(const kxNode* root)
 {
-    const Frame nothing{nullptr, 0, kNone, 0, 0, true, false};
+    const Frame nothing{nullptr, 0, kNone, 0, 0, true, false, nullptr};
     m_loose.emplace_back();
     visit(root, nothing);
     const bool done = walk();

@@ -63,6 +63,7 @@ public:
         kxStringRef name;
         std::vector<Primitive> primitives;
         uint32_t nextCopy = kNone;
+        const kxMesh* partOf = nullptr; ///< the mesh that held the geometries together before groups came between
     };
     struct Material
     {
@@ -126,6 +127,7 @@ private:
         uint32_t modifiers;
         bool opensNode;       ///< the frame is the owner's own: loose geometries are gathered until it ends
         bool withoutGeometry; ///< the geometries below are in a mesh already
+        const kxMesh* mesh;   ///< nearest one of the path, null where there is none
     };
     struct Loose
     {

@@ -280,8 +280,9 @@ bool kxGltfWriter::collectReferred()
         }
         for (; m_meshesSeen < m_graph.meshes.size(); ++m_meshesSeen)
         {
-            if (const kxMesh* mesh = m_graph.meshes[m_meshesSeen].source)
-                addReferences(mesh->_userData);
+            const kxGltfGraph::Mesh& mesh = m_graph.meshes[m_meshesSeen];
+            if (const kxMesh* carrier = mesh.source ? mesh.source : mesh.partOf)
+                addReferences(carrier->_userData);
             for (const kxGltfGraph::Primitive& primitive : m_graph.meshes[m_meshesSeen].primitives)
                 addReferences(primitive.geometry->_userData);
         }

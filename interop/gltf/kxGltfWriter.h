@@ -21,6 +21,8 @@ class kxGltfWriter
 {
 public:
     kxGltfWriter(const char* path, bool isBinary);
+    /// Write the bounding volumes of nodes as extras; not unless asked for.
+    void setVolumesWritten(bool written) { m_writesVolumes = written; }
     /// Writes what the directory holds. On failure the reason has been reported and existing files are unchanged.
     bool write(const kxDirectory& directory);
 
@@ -97,6 +99,7 @@ private:
 
     kxGltfFaults m_faults;
     bool m_isBinary;
+    bool m_writesVolumes = false;
     kxGltfGraph m_graph;
     kxGltfData m_data;
     kxGltfImages m_images;

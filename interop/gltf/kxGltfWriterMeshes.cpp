@@ -48,7 +48,8 @@ void kxGltfWriter::writeMeshes()
             text.endArray();
             own.extras.emplace_back("targetNames", text.str());
         }
-        m_carried.write(m_json, mesh.source ? mesh.source->_userData.get() : nullptr, own);
+        const kxMesh* carrier = mesh.source ? mesh.source : mesh.partOf;
+        m_carried.write(m_json, carrier ? carrier->_userData.get() : nullptr, own);
         m_json.endObject();
     }
     m_json.endArray();

@@ -55,6 +55,18 @@ std::string describeSource(const kxGroup& source)
     return json.str();
 }
 
+std::string describeVolume(const kxAABox& box)
+{
+    kxJsonText json;
+    json.beginObject();
+    json.key("min");
+    json.floats(&box.min.x, 3);
+    json.key("max");
+    json.floats(&box.max.x, 3);
+    json.endObject();
+    return json.str();
+}
+
 bool isPlain(const kxGroup& source)
 {
     const kxMetaObject* type = source.getMetaObject();
@@ -194,6 +206,8 @@ void kxGltfWriter::writeNode(uint32_t index, const uint32_t* children, size_t ch
     if (node.source && !isPlain(*node.source))
         own.extras.emplace_back("kxopt", describeSource(*node.source));
     const bool carries = node.source && !(more && more->instance >= 0);
+    if (m_writesVolumes && carries && node.source->_boundingVolume && !node.source->_boundingVolume->_box.isEmpty())
+        own.extras.emplace_back("kxoptVolume", describeVolume(node.source->_boundingVolume->_box));
     if (carries || !own.extensions.empty())
         m_carried.write(m_json, carries ? node.source->_userData.get() : nullptr, own);
     m_json.endObject();

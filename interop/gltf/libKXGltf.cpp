@@ -4,6 +4,7 @@
 #include "interop/gltf/kxGltfAnimation.h"
 #include "interop/gltf/kxGltfFormat.h"
 #include "interop/gltf/kxGltfInfo.h"
+#include "interop/gltf/kxGltfOptions.h"
 #include "platform/sg/libKXSg.h"
 
 namespace Kel
@@ -20,6 +21,7 @@ void libKXGltf_arkRegister()
     kxRegisterClass<kxGltfAnimationChannel>("kxGltfAnimationChannel", "what a sampler of a glTF file drives");
     kxRegisterClass<kxGltfAnimationChannelList>("kxGltfAnimationChannelList", "list of kxGltfAnimationChannel objects");
     kxRegisterClass<kxGltfAnimation>("kxGltfAnimation", "a clip as its glTF file has it");
+    kxRegisterClass<kxGltfOptions>("kxGltfOptions", "settings for glTF files");
     kxRegisterClass<kxGltfFormat>("kxGltfFormat", "glTF 2.0, as text or binary");
 }
 

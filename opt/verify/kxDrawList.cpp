@@ -368,6 +368,13 @@ private:
         kxLook look = m_list.m_hash.hashValue(attr);
         look.add(variants);
         add(GEOMETRY, look);
+        const auto isPalette = [](const Setting& setting)
+        { return setting.type == kxVertexBlendMatrixListAttr::staticMetaObject(); };
+        const auto palette = std::find_if(m_table.begin(), m_table.end(), isPalette);
+        m_list.m_draws.back().surface =
+            palette == m_table.end()
+                ? m_list.addSurface(attr, look, variants.value, nullptr, 0)
+                : m_list.addSurface(attr, look, variants.value, palette->attr, palette->look.value);
     }
 
     // A driven node always counts, whether something is drawn below it or not: vertices elsewhere may follow it.
@@ -411,6 +418,7 @@ private:
         storeMatrix(matrix, draw.matrix);
         draw.kind = kind;
         draw.path = step.pathStep;
+        draw.surface = 0;
     }
 
     // Keeps what the hash of the attributes stands for, so that a difference can be named.
@@ -478,6 +486,21 @@ uint32_t kxDrawList::addStep(uint32_t parent, kxStringRef name)
 {
     m_steps.push_back({parent, name});
     return static_cast<uint32_t>(m_steps.size() - 1);
+}
+
+uint32_t kxDrawList::addSurface(const kxAttr* attr, const kxLook& content, uint64_t variants, const kxAttr* palette,
+                                uint64_t paletteHash)
+{
+    const auto [at, isNew] = m_surfaceNumbers.try_emplace(combineHash(content.value, paletteHash), 0u);
+    const auto* data = kxCast<kxGeometryAttr>(attr);
+    kxSurface surface;
+    if (isNew && data && surface.measure(*data, static_cast<const kxVertexBlendMatrixListAttr*>(palette), variants))
+    {
+        m_surfaces.push_back(std::move(surface));
+        m_paletteHashes.push_back(paletteHash);
+        at->second = static_cast<uint32_t>(m_surfaces.size());
+    }
+    return at->second;
 }
 
 std::string kxDrawList::getPath(const Draw& draw) const

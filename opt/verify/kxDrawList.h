@@ -2,6 +2,7 @@
 #pragma once
 
 #include "opt/verify/kxPictureHash.h"
+#include "opt/verify/kxSurface.h"
 #include "platform/core/kxInfo.h"
 #include "platform/sg/kxSceneInfo.h"
 
@@ -43,7 +44,8 @@ public:
         uint64_t conditions; ///< switch children, distance ranges, skins, weights, passes and movers of the path
         std::array<float, 12> matrix; ///< rows x, y, z and translation of the path's matrix, three numbers each
         Kind kind;
-        uint32_t path; ///< for getPath
+        uint32_t path;    ///< for getPath
+        uint32_t surface; ///< for getSurface; 0 for none
     };
 
     /// Paths that are followed at most; nested instances can have more than any memory holds.
@@ -61,6 +63,14 @@ public:
     bool isComplete() const { return m_complete; }
 
     const std::vector<Draw>& getDraws() const { return m_draws; }
+
+    /// What vertex data cover, null for other draws and for data that cannot be measured.
+    const kxSurface* getSurface(const Draw& draw) const
+    {
+        return draw.surface ? &m_surfaces[draw.surface - 1] : nullptr;
+    }
+    /// The part that a palette of blend matrices has in `attributes`; the surface tells what the bones are.
+    uint64_t getPaletteHash(const Draw& draw) const { return draw.surface ? m_paletteHashes[draw.surface - 1] : 0; }
 
     /// Path to a draw: names from the root, types where there is none. The middle of a very long path is left out.
     std::string getPath(const Draw& draw) const;
@@ -90,12 +100,17 @@ private:
 
     void collectScene(kxNode* root, uint32_t parentStep);
     uint32_t addStep(uint32_t parent, kxStringRef name);
+    uint32_t addSurface(const kxAttr* attr, const kxLook& content, uint64_t variants, const kxAttr* palette,
+                        uint64_t paletteHash);
 
     kxPictureHash m_hash;
     uint64_t m_sceneCount = 0;
     bool m_complete = true;
     std::vector<Draw> m_draws;
     std::vector<PathStep> m_steps;
+    std::vector<kxSurface> m_surfaces; // of different vertex data
+    std::vector<uint64_t> m_paletteHashes;
+    std::unordered_map<uint64_t, uint32_t> m_surfaceNumbers; // + 1, 0 for none, by content and palette
     std::vector<Attribute> m_attributes;
     std::unordered_map<uint64_t, AttributeRange> m_states; // of `m_attributes`, by the sum of a draw's two hashes
 };

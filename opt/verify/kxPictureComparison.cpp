@@ -5,6 +5,7 @@
 // others.
 #include "opt/verify/kxPictureComparison.h"
 
+#include "opt/verify/kxSurfaceMatching.h"
 #include "platform/core/kxReport.h"
 
 #include <algorithm>
@@ -213,6 +214,7 @@ bool kxPictureComparison::compare(const kxDrawList& a, const kxDrawList& b)
     if (matching.isSameInOrder())
         return true;
     matching.match(m_onlyInA, m_onlyInB);
+    matchSurfaces(a, b, m_options.ignoreImages, m_onlyInA, m_onlyInB);
     return m_onlyInA.empty() && m_onlyInB.empty();
 }
 

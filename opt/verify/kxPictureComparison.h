@@ -10,7 +10,8 @@ namespace Kel::Opt
 ///
 /// Two draws are the same when kind, vertex data, attributes and conditions are equal and their matrices differ by at
 /// most the tolerance: each number of the linear part by `tolerance` times the part's largest number, the translation
-/// by `tolerance` times its own largest number plus a hundredth of the scene's extent. Cost: n log n; lists in the same
+/// by `tolerance` times its own largest number plus a hundredth of the scene's extent. Geometry that was cut, or dealt out to several vertex data,
+/// is the same when the pieces together cover the same with the same attributes (`kxSurface`). Cost: n log n; lists in the same
 /// order are compared in one pass.
 class kxPictureComparison
 {

@@ -17,6 +17,9 @@ class kxInterpretedShader : public kxShader
     kxSmartPointer<kxShaderData> _shaderData;
 
     kxShaderData* getShaderData() const { return _shaderData; }
+
+    /// Makes the passes anew from the data. False, with the passes as they were, when the data have no factory that can.
+    bool interpret();
 };
 
 } // namespace Kel::Sg

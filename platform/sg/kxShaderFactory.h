@@ -1,7 +1,7 @@
 // Makes shaders from their data.
 #pragma once
 
-#include "platform/sg/kxSgNames.h"
+#include "platform/sg/kxShaderPass.h"
 
 namespace Kel::Sg
 {
@@ -13,6 +13,10 @@ class kxShaderFactory : public kxObject
     static void listFields(kxFields<kxShaderFactory>& fields);
 
     kxStringRef _source;
+
+    /// Makes passes from the data and appends them. False, with `passes` as it was, when there are no data that can be
+    /// read; the reason has been reported. The base makes none.
+    virtual bool makePasses(kxShaderPassList& passes) const;
 };
 
 } // namespace Kel::Sg

@@ -2,6 +2,7 @@
 #include "platform/sg/libKXSg.h"
 
 #include "platform/sg/kxBoundingVolume.h"
+#include "platform/sg/kxBoundingBoxesMaker.h"
 #include "platform/sg/kxNode.h"
 #include "platform/sg/kxGroup.h"
 #include "platform/sg/kxAttrSet.h"
@@ -128,6 +129,7 @@ void libKXSg_arkRegister()
     kxRegisterClass<kxSceneInfo>("kxSceneInfo", "a scene: its graph, cameras, textures and times");
     kxRegisterClass<kxSceneInfoList>("kxSceneInfoList", "list of kxSceneInfo objects");
     kxRegisterClass<kxAnimationDatabase>("kxAnimationDatabase", "clips, skeletons and skins of a file");
+    kxRegisterClass<kxBoundingBoxesMaker>("kxBoundingBoxesMaker", "computes the boxes around what nodes draw");
     kxRegisterClass<kxDataPump>("kxDataPump", "drives an object from outside");
     kxRegisterClass<kxDataPumpList>("kxDataPumpList", "list of kxDataPump objects");
     kxRegisterClass<kxDataPumpInfo>("kxDataPumpInfo", "the data pumps of a file");

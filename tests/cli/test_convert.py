@@ -23,6 +23,14 @@ class Convert(CliTest):
         self.assertEqual(self.read("again.glb"), self.read("scene.glb"))
         self.assertEqual(expected["nodes"], self.inventory("scene.gltf")["nodes"])
 
+    def testVolumesOnlyWhenAskedFor(self):
+        self.write("boxes.ini", b"[OPTIMIZE]\noptimizationCount = 1\n[OPTIMIZATION1]\nname = kxCreateBoundingBoxes\n")
+        self.kxopt("run", "scene.gltf", "-s", "boxes.ini", "-o", "boxes.kxb")
+        self.kxopt("convert", "boxes.kxb", "plain.gltf")
+        self.kxopt("convert", "boxes.kxb", "boxes.gltf", "--write-volumes")
+        self.assertNotIn(b"kxoptVolume", self.read("plain.gltf"))
+        self.assertIn(b"kxoptVolume", self.read("boxes.gltf"))
+
     def testOntoItself(self):
         self.kxopt("convert", "scene.gltf", "scene.glb")
         before = self.read("scene.glb")

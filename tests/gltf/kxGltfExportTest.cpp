@@ -1,6 +1,7 @@
 // Any graph of the scene classes becomes glTF, not only one that came from it.
 #include "tests/gltf/kxGltfTestTools.h"
 
+#include "interop/gltf/kxGltfOptions.h"
 #include "platform/attrs/kxMaterialAttr.h"
 #include "platform/attrs/kxTextureBindAttr.h"
 #include "platform/sg/kxActor.h"
@@ -76,13 +77,13 @@ kxSmartPointer<T> set(const std::vector<kxSmartPointer<kxAttr>>& attrs, const Ch
 class GltfExport : public GltfTest
 {
 protected:
-    void write(kxNode* root)
+    void write(kxNode* root, kxFileOptions* options = nullptr)
     {
         auto directory = kxNew<kxDirectory>();
         auto scene = kxNew<kxSceneInfo>();
         scene->setSceneGraph(root);
         directory->addEntry(scene, "scene");
-        ASSERT_TRUE(save(*directory, "out.gltf")) << m_errors;
+        ASSERT_TRUE(save(*directory, "out.gltf", options)) << m_errors;
         open("out.gltf");
     }
     /// The nodes as text: name, what it holds, children in brackets; from the roots of the first scene.
@@ -286,6 +287,47 @@ TEST_F(GltfExport, LightsGoToTheirNodesOneEach)
     EXPECT_EQ(at("nodes/0/extensions/KHR_lights_punctual/light"), "0");
     EXPECT_EQ(at("nodes/1/extensions/KHR_lights_punctual/light"), "1");
     EXPECT_EQ(at("extensionsUsed"), R"(["KHR_lights_punctual"])");
+}
+
+// A mesh whose geometry was sorted into cells: the cells are nodes with meshes of their own, which keep the mesh's name and
+// extras; what was not sorted stays with the node.
+TEST_F(GltfExport, CellsWithinAMeshBecomeNodes)
+{
+    const auto a = geometry("a"), b = geometry("b"), c = geometry("c"), d = geometry("d");
+    const auto mesh =
+        group<kxMesh>("car", set({material("red")}, group<kxGroup>("cell0", a, b)), group<kxGroup>("cell1", c), d);
+    mesh->_userData = kxNew<kxUserData>();
+    mesh->_userData->_extras = R"({"wheels":4})";
+    write(group<kxGroup>("", group<kxTransform>("T", mesh)));
+    EXPECT_EQ(tree(), "T mesh2 (cell0 mesh0, cell1 mesh1)");
+    EXPECT_NE(at("meshes/0/primitives/1"), "");
+    for (uint32_t i = 0; i < 3; ++i)
+    {
+        EXPECT_EQ(at(kxFormat("meshes/%u/name", i)), "\"car\"") << i;
+        EXPECT_EQ(at(kxFormat("meshes/%u/extras/wheels", i)), "4") << i;
+    }
+    EXPECT_EQ(at("meshes/0/primitives/1/material"), "0");
+    EXPECT_EQ(at("meshes/1/primitives/0/material"), "");
+}
+
+// Boxes are for positions, as the format has it, and for nodes only when somebody asks.
+TEST_F(GltfExport, VolumesAreExtrasWhenAskedFor)
+{
+    const auto place = group<kxTransform>("T", geometry("g"));
+    place->_userData = kxNew<kxUserData>();
+    place->_userData->_extras = R"({"mine":1})";
+    place->_boundingVolume = kxNew<kxBoundingVolume>();
+    place->_boundingVolume->_box = kxAABox(kxVec3f(0, 0, 0), kxVec3f(1, 1, 0));
+    const auto root = group<kxGroup>("", place);
+    write(root);
+    EXPECT_EQ(at("accessors/0/max"), "[1,1,0]");
+    EXPECT_EQ(at("nodes/0/extras"), R"({"mine":1})");
+    const auto options = kxNew<kxGltfOptions>();
+    options->_writeVolumes = true;
+    write(root, options);
+    EXPECT_EQ(at("nodes/0/extras/mine"), "1");
+    EXPECT_EQ(at("nodes/0/extras/kxoptVolume/min"), "[0,0,0]");
+    EXPECT_EQ(at("nodes/0/extras/kxoptVolume/max"), "[1,1,0]");
 }
 
 TEST_F(GltfExport, ADeepChainTakesNoStack)

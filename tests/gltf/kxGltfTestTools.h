@@ -101,11 +101,13 @@ protected:
         put("scene.gltf", text);
         return load("scene.gltf");
     }
-    bool save(kxDirectory& directory, const std::string& name)
+    bool save(kxDirectory& directory, const std::string& name, kxSmartPointer<kxFileOptions> options = nullptr)
     {
+        if (!options)
+            options = kxNew<kxFileOptions>();
         kxReportCollector reports;
         const kxSmartPointer<kxFileFormat> format = kxFileFormat::findWriter(pathOf(name).c_str());
-        const bool done = format && format->write(directory, pathOf(name).c_str(), *kxNew<kxFileOptions>()) == kSuccess;
+        const bool done = format && format->write(directory, pathOf(name).c_str(), *options) == kSuccess;
         takeLines(reports);
         EXPECT_EQ(done, m_errors.empty());
         return done;

@@ -4,6 +4,7 @@
 #include "tools/kxopt/kxConsole.h"
 #include "tools/kxopt/kxTarget.h"
 
+#include "interop/gltf/kxGltfOptions.h"
 #include "opt/framework/kxManager.h"
 #include "opt/framework/kxOptInterface.h"
 #include "platform/sg/kxSceneInfo.h"
@@ -26,6 +27,7 @@ struct Settings
     std::string input;
     std::string output;
     bool allowOutside = false;
+    bool writeVolumes = false;
 };
 
 int convert(const Settings& settings)
@@ -35,7 +37,8 @@ int convert(const Settings& settings)
         return kExitUnusable;
     const kxSmartPointer<kxOptInterface> service = kxNew<kxOptInterface>();
     const kxSmartPointer<kxManager> services = kxNew<kxDefaultManager>(service.get());
-    const kxSmartPointer<kxFileOptions> options = kxNew<kxFileOptions>();
+    const kxSmartPointer<Gltf::kxGltfOptions> options = kxNew<Gltf::kxGltfOptions>();
+    options->_writeVolumes = settings.writeVolumes;
     options->_allowOutside = settings.allowOutside;
     service->setFileOptions(options);
     kxSmartPointer<Sg::kxSceneInfo> scene;
@@ -54,6 +57,8 @@ void addConvertCommand(CLI::App& program, kxAction& action)
     const auto settings = std::make_shared<Settings>();
     command->add_option("IN", settings->input, "scene to read: .glb, .gltf or .kxb")->required();
     command->add_option("OUT", settings->output, "file to write; its extension names the format")->required();
+    command->add_flag("--write-volumes", settings->writeVolumes,
+                      "write the boxes around nodes into a glTF result, as extras");
     command->add_flag("--allow-outside", settings->allowOutside,
                       "follow references to files outside the scene's folder");
     command->callback([settings, &action] { action = [settings] { return convert(*settings); }; });

@@ -8,6 +8,7 @@
 #include "tools/kxopt/kxRunSummary.h"
 #include "tools/kxopt/kxTarget.h"
 
+#include "interop/gltf/kxGltfOptions.h"
 #include "opt/framework/kxLogInterface.h"
 #include "opt/framework/kxManager.h"
 #include "opt/framework/kxOptManager.h"
@@ -41,6 +42,7 @@ struct Settings
     bool quiet = false;
     bool keepGoing = false;
     bool allowOutside = false;
+    bool writeVolumes = false;
 };
 
 void printReportText(const char* text, size_t length, void*)
@@ -98,7 +100,8 @@ private:
         kxInputScope input;
         m_services = kxNew<kxDefaultManager>(m_host.get());
         m_services->_logInterface->setSink(m_settings.quiet ? dropReportText : printReportText, nullptr);
-        const kxSmartPointer<kxFileOptions> options = kxNew<kxFileOptions>();
+        const kxSmartPointer<Gltf::kxGltfOptions> options = kxNew<Gltf::kxGltfOptions>();
+        options->_writeVolumes = m_settings.writeVolumes;
         options->_allowOutside = m_settings.allowOutside;
         m_host->setFileOptions(options);
 
@@ -292,6 +295,8 @@ void addRunCommand(CLI::App& program, kxAction& action)
         ->excludes(verify);
     command->add_flag("--keep-going", settings->keepGoing, "write the result although steps failed");
     command->add_flag("--quiet", settings->quiet, "print warnings and errors only");
+    command->add_flag("--write-volumes", settings->writeVolumes,
+                      "write the boxes around nodes into a glTF result, as extras");
     command->add_flag("--allow-outside", settings->allowOutside,
                       "follow references to files outside the scene's folder");
     command->footer("Exit status: 0 done, 1 the run failed or was cancelled, 2 unusable arguments or input.");

@@ -35,12 +35,17 @@ const std::string kGroups = "kxCollapseHierarchy\nnodeType = kxGroup";
 const std::string kSets = "kxCollapseHierarchy\nnodeType = kxAttrSet";
 const std::string kTransforms = "kxCollapseHierarchy\nnodeType = kxTransform";
 const std::string kFlatten = "kxFlattenHierarchy";
+const std::string kPartition = "kxSpatialPartition\nloose = 0.6";
+const std::string kBoxes = "kxCreateBoundingBoxes";
+const std::string kPalettes = "kxLimitActorBlendPalettes\nmaxBlendMatrixCount = 1";
 
 const std::vector<std::string> kScripts[] = {
     {kShare, kGroups, kSets, kTransforms, kFlatten},
     {kFlatten, kTransforms, kShare, kFlatten},
     {kTransforms, kSets, kGroups, kTransforms},
     {kSets, kFlatten, kSets, kGroups, kShare},
+    {kFlatten, kPartition, kBoxes, kGroups, kPartition},
+    {kPartition, kTransforms, kPalettes, kPartition, "kxCompileGraph", kBoxes, kShare},
 };
 
 std::string runAndJudge(TestScene& scene, const std::string& script)

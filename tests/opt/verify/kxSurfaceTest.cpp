@@ -1,0 +1,96 @@
+// Cut geometry shows the same picture, damaged geometry does not.
+#include "opt/scene/kxGeometryCutter.h"
+#include "opt/verify/kxPictureComparison.h"
+#include "platform/sg/kxTransform.h"
+#include "tests/support/kxTestScene.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+
+namespace Kel::Opt
+{
+
+using namespace Kel::Test;
+
+namespace
+{
+
+// Both halves of a quad below a transform.
+TestScene cutScene(const char* text, const std::function<void(kxGeometry*, kxGeometry*)>& change)
+{
+    TestScene scene = parseScene(text);
+    auto* parent = kxCast<kxGroup>(scene.root());
+    const kxSmartPointer<kxGeometry> geometry = kxCast<kxGeometry>(parent->getChild(0u));
+    kxGeometryCutter cutter;
+    EXPECT_TRUE(cutter.open(geometry));
+    const kxAABox half(kxVec3f(-9, -9, -9), kxVec3f(0.25f, 9, 9));
+    const kxSmartPointer<kxGeometry> piece = cutter.take(half, kxMemoryPool::getDefault());
+    cutter.close();
+    parent->appendChild(piece);
+    change(geometry, piece);
+    return scene;
+}
+
+void setNumber(kxGeometry* geometry, const char* semantic, int64_t vertex, uint32_t component, float value)
+{
+    kxVertexArray* array = geometry->getGeometryAttr()->getArray(semantic);
+    std::memcpy(array->_data->getWritableData() + array->_offset + vertex * array->_stride + component * 4, &value, 4);
+}
+
+bool isSame(const TestScene& a, const TestScene& b)
+{
+    kxDrawList listA, listB;
+    listA.collect(a.root());
+    listB.collect(b.root());
+    return kxPictureComparison().compare(listA, listB) && kxPictureComparison().compare(listB, listA);
+}
+
+} // namespace
+
+TEST(kxSurface, TellsCutsFromDamage)
+{
+    struct Row
+    {
+        const char* what;
+        bool same;
+        std::function<void(kxGeometry*, kxGeometry*)> change;
+    };
+    const Row rows[] = {
+        {"cut", true, [](kxGeometry*, kxGeometry*) {}},
+        {"a piece lost", false, [](kxGeometry*, kxGeometry* piece) { piece->getParent(0)->removeChild(piece); }},
+        {"a piece twice", false, [](kxGeometry*, kxGeometry* piece) { piece->getParent(0)->appendChild(piece); }},
+        {"a corner moved", false, [](kxGeometry* rest, kxGeometry*) { setNumber(rest, "POSITION", 0, 2, 0.01f); }},
+        {"a texture shifted", false,
+         [](kxGeometry*, kxGeometry* piece) { setNumber(piece, "TEXCOORD_0", 0, 0, 0.1f); }},
+        {"a normal turned round", false, [](kxGeometry*, kxGeometry* piece) { setNumber(piece, "NORMAL", 0, 2, -1); }},
+        {"a triangle turned round", false,
+         [](kxGeometry* rest, kxGeometry*)
+         {
+             kxVertexArray* indices = rest->getGeometryAttr()->_indices;
+             auto* numbers = reinterpret_cast<uint16_t*>(indices->_data->getWritableData());
+             std::swap(numbers[0], numbers[1]);
+         }},
+        {"an attribute gone", false,
+         [](kxGeometry*, kxGeometry* piece) { piece->getGeometryAttr()->_arrays->removeAt(2); }},
+        {"a piece with another material", false,
+         [](kxGeometry*, kxGeometry* piece)
+         { piece->appendAttr(kxCast<kxAttr>(parseTestObject("Material red").get())); }},
+        {"a piece elsewhere", false,
+         [](kxGeometry*, kxGeometry* piece)
+         {
+             auto transform = kxNew<kxTransform>();
+             transform->setMatrix(kxMatrix44f().setTranslation(kxVec3f(0, 0.001f, 0)));
+             kxGroup* parent = piece->getParent(0);
+             parent->appendChild(transform);
+             transform->appendChild(piece);
+             parent->removeChild(piece);
+         }},
+    };
+    for (const Row& row : rows)
+        for (const char* text : {"Transform<5 0 0>(Geometry{quad})", "Transform<50000 0 0 scale 3>(Geometry{quad})"})
+            EXPECT_EQ(isSame(parseScene(text), cutScene(text, row.change)), row.same) << row.what << " in " << text;
+}
+
+} // namespace Kel::Opt
