@@ -37,6 +37,7 @@
 #include "platform/sg/kxJoint.h"
 #include "platform/sg/kxTransformSequence.h"
 #include "platform/sg/kxTransformSequence1_5.h"
+#include "platform/sg/kxValueSequence.h"
 #include "platform/sg/kxAnimationTrack.h"
 #include "platform/sg/kxAnimation.h"
 #include "platform/sg/kxSkeleton.h"
@@ -110,6 +111,7 @@ void libKXSg_arkRegister()
     kxRegisterClass<kxTransformSequence>("kxTransformSequence", "keys of a moving transform");
     kxRegisterClass<kxTransformSequenceList>("kxTransformSequenceList", "list of kxTransformSequence objects");
     kxRegisterClass<kxTransformSequence1_5>("kxTransformSequence1_5", "keys of translation, rotation and scale");
+    kxRegisterClass<kxValueSequence>("kxValueSequence", "keys of numbers");
     kxRegisterClass<kxAnimationTrack>("kxAnimationTrack", "what moves one bone");
     kxRegisterClass<kxAnimationTrackList>("kxAnimationTrackList", "list of kxAnimationTrack objects");
     kxRegisterClass<kxAnimation>("kxAnimation", "a clip: tracks that play together");
