@@ -1,0 +1,16 @@
+#include "opt/actor/kxActorClasses.h"
+
+#include "opt/actor/kxOptimizeActorAnimations.h"
+#include "opt/actor/kxOptimizeActorKeyframes.h"
+
+namespace Kel::Opt
+{
+
+void registerActorClasses()
+{
+    kxRegisterClass<kxOptimizeActorKeyframes>("kxOptimizeActorKeyframes", "removes repeated keys of animations");
+    kxRegisterClass<kxOptimizeActorAnimations>("kxOptimizeActorAnimations",
+                                               "removes tracks without a bone, shares equal keys of animations");
+}
+
+} // namespace Kel::Opt
