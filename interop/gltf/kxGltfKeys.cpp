@@ -20,6 +20,27 @@ void kxGltfKeyForm::listFields(kxFields<kxGltfKeyForm>& fields)
     fields.add(&kxGltfKeyForm::_valueForm, "_valueForm", "array that held the values, without them");
 }
 
+kxKeySizes kxGltfKeyForm::getSizes() const
+{
+    kxKeySizes sizes;
+    sizes.timeBytes = 4;
+    sizes.numberBytes = _valueForm ? componentBytes(_valueForm->_componentType) : 4;
+    // The text of an accessor with its bounds, and what it says of itself.
+    size_t text = 0;
+    for (const kxVertexArray* form : {_timeForm.get(), _valueForm.get()})
+        if (form)
+        {
+            text += form->_name.view().size();
+            if (const kxUserData* userData = form->_userData)
+                text += userData->_extras.view().size() + userData->_extensions.view().size();
+            sizes.isPacked |= form->_sparse;
+        }
+    sizes.listBytes += static_cast<uint32_t>(text);
+    // Bounds of other values may have more digits.
+    sizes.changeBytes = _valueForm && _valueForm->_hasBounds ? _valueForm->_componentCount * 2 * 16 : 0;
+    return sizes;
+}
+
 namespace
 {
 

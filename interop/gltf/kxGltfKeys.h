@@ -13,15 +13,17 @@ namespace Kel::Gltf
 using namespace Kel::Sg;
 
 /// How a file held the keys of a sequence, so that they are written the same way.
-class kxGltfKeyForm : public kxObject
+class kxGltfKeyForm : public kxKeyForm
 {
-    KX_OBJECT(kxGltfKeyForm, kxObject)
+    KX_OBJECT(kxGltfKeyForm, kxKeyForm)
     static void listFields(kxFields<kxGltfKeyForm>& fields);
 
     kxStringRef _interpolation;
     /// Without values, but for times that ticks do not hold to the bit.
     kxSmartPointer<kxVertexArray> _timeForm;
-    kxSmartPointer<kxVertexArray> _valueForm; ///< without values
+    kxSmartPointer<kxVertexArray> _valueForm; ///< without values; null where the values are an array themselves
+
+    kxKeySizes getSizes() const override;
 };
 
 /// Turns arrays into lists; one array always becomes the same list, so that what a file shares stays shared.

@@ -2,6 +2,7 @@
 
 #include "opt/actor/kxOptimizeActorAnimations.h"
 #include "opt/actor/kxOptimizeActorKeyframes.h"
+#include "opt/actor/kxReduceKeyframes.h"
 
 namespace Kel::Opt
 {
@@ -11,6 +12,7 @@ void registerActorClasses()
     kxRegisterClass<kxOptimizeActorKeyframes>("kxOptimizeActorKeyframes", "removes repeated keys of animations");
     kxRegisterClass<kxOptimizeActorAnimations>("kxOptimizeActorAnimations",
                                                "removes tracks without a bone, shares equal keys of animations");
+    kxRegisterClass<kxReduceKeyframes>("kxReduceKeyframes", "removes keys of animations that interpolation gives back");
 }
 
 } // namespace Kel::Opt

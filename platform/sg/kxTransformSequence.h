@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/core/kxUserData.h"
+#include "platform/sg/kxKeyForm.h"
 #include "platform/sg/kxSgNames.h"
 
 #include <span>
@@ -34,7 +35,7 @@ class kxTransformSequence : public kxObject
     kxStringRef _name;
     uint32_t _keyFlags = 0;
     kxSmartPointer<kxLongList> _times;
-    kxSmartPointer<kxObject> _fileForm; ///< how a file format held the keys, for writing them the same way
+    kxSmartPointer<kxKeyForm> _fileForm; ///< null for keys that came from no file
     kxSmartPointer<kxUserData> _userData;
 
     uint32_t getKeyFlags() const { return _keyFlags; }
@@ -45,6 +46,8 @@ class kxTransformSequence : public kxObject
     uint32_t getValuesPerKey() const { return isCubicSpline() ? 3 : 1; }
     kxLongList* getTimeList() const { return _times; }
     void setTimeList(kxLongList* times) { _times = times; }
+
+    kxKeySizes getKeySizes() const { return _fileForm ? _fileForm->getSizes() : kxKeySizes(); }
 
     /// True when every list in use has the right number of values: in what comes from a file it need not.
     virtual bool isWellFormed() const { return true; }

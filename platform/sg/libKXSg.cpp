@@ -35,6 +35,7 @@
 #include "platform/sg/kxInterpretedShader.h"
 #include "platform/sg/kxCompiledGraph.h"
 #include "platform/sg/kxJoint.h"
+#include "platform/sg/kxKeyForm.h"
 #include "platform/sg/kxTransformSequence.h"
 #include "platform/sg/kxTransformSequence1_5.h"
 #include "platform/sg/kxValueSequence.h"
@@ -108,6 +109,7 @@ void libKXSg_arkRegister()
     kxRegisterClass<kxInterpretedShader>("kxInterpretedShader", "shader made from data when it is loaded");
     kxRegisterClass<kxCompiledGraph>("kxCompiledGraph", "group whose drawing is recorded once");
     kxRegisterClass<kxJoint>("kxJoint", "transform that skins refer to");
+    kxRegisterClass<kxKeyForm>("kxKeyForm", "how a file holds keys");
     kxRegisterClass<kxTransformSequence>("kxTransformSequence", "keys of a moving transform");
     kxRegisterClass<kxTransformSequenceList>("kxTransformSequenceList", "list of kxTransformSequence objects");
     kxRegisterClass<kxTransformSequence1_5>("kxTransformSequence1_5", "keys of translation, rotation and scale");
