@@ -18,17 +18,16 @@ using Thing = kxMotionList::Thing;
 class ClipComparison
 {
 public:
-    ClipComparison(const Clip& a, const Clip& b, double tolerance) : m_a(a), m_b(b), m_tolerance(tolerance)
+    ClipComparison(const kxMotionList& listA, const Clip& a, const kxMotionList& listB, const Clip& b, double tolerance)
+        : m_listA(listA), m_listB(listB), m_a(a), m_b(b), m_tolerance(tolerance)
     {
-        m_widthA = a.times.empty() ? 0 : a.numbers.size() / a.times.size();
-        m_widthB = b.times.empty() ? 0 : b.numbers.size() / b.times.size();
         float least[3], most[3];
         std::fill_n(least, 3, std::numeric_limits<float>::max());
         std::fill_n(most, 3, std::numeric_limits<float>::lowest());
-        for (const Thing& thing : a.things)
-            for (size_t t = 0; thing.isPoints && t < a.times.size(); ++t)
+        for (const Thing& thing : listA.getPoints())
+            for (size_t t = 0; t < a.times.size(); ++t)
                 for (uint32_t i = 0; i < thing.count; ++i)
-                    if (const float number = a.numbers[t * m_widthA + thing.first + i]; std::isfinite(number))
+                    if (const float number = a.numbers[t * a.getWidth() + thing.first + i]; std::isfinite(number))
                     {
                         least[i % 3] = std::min(least[i % 3], number);
                         most[i % 3] = std::max(most[i % 3], number);
@@ -39,21 +38,30 @@ public:
 
     void describe(const std::function<void(std::string)>& add)
     {
+        describe(m_listA.getPoints(), m_listB.getPoints(), true, add);
+        describe(m_a.values, m_b.values, false, add);
+    }
+
+private:
+    void describe(const std::vector<Thing>& thingsA, const std::vector<Thing>& thingsB, bool arePoints,
+                  const std::function<void(std::string)>& add)
+    {
         // Things of one content in the order of the graph; those that then do not agree look for another partner.
-        std::vector<size_t> a = order(m_a.things), b = order(m_b.things);
+        const std::vector<size_t> a = order(thingsA), b = order(thingsB);
         std::vector<size_t> onlyA, onlyB;
         size_t i = 0, k = 0;
         while (i < a.size() || k < b.size())
         {
-            const uint64_t contentA = i < a.size() ? m_a.things[a[i]].content : UINT64_MAX;
-            const uint64_t contentB = k < b.size() ? m_b.things[b[k]].content : UINT64_MAX;
+            const uint64_t contentA = i < a.size() ? thingsA[a[i]].content : UINT64_MAX;
+            const uint64_t contentB = k < b.size() ? thingsB[b[k]].content : UINT64_MAX;
             if (k == b.size() || (i < a.size() && contentA < contentB))
                 onlyA.push_back(a[i++]);
             else if (i == a.size() || contentB < contentA)
                 onlyB.push_back(b[k++]);
             else
             {
-                if (differenceOf(m_a.things[a[i]], m_b.things[b[k]]).size > allowed(m_a.things[a[i]]))
+                const Thing& thing = thingsA[a[i]];
+                if (differenceOf(thing, thingsB[b[k]]).size > allowed(thing, arePoints))
                 {
                     onlyA.push_back(a[i]);
                     onlyB.push_back(b[k]);
@@ -64,12 +72,12 @@ public:
         std::vector<std::pair<Difference, size_t>> apart;
         for (const size_t lonely : onlyA)
         {
-            const Thing& thing = m_a.things[lonely];
+            const Thing& thing = thingsA[lonely];
             Difference least;
             size_t nearest = onlyB.size();
             for (size_t n = 0; n < onlyB.size() && n < kMostCandidates; ++n)
-                if (m_b.things[onlyB[n]].content == thing.content)
-                    if (const Difference found = differenceOf(thing, m_b.things[onlyB[n]]);
+                if (thingsB[onlyB[n]].content == thing.content)
+                    if (const Difference found = differenceOf(thing, thingsB[onlyB[n]]);
                         nearest == onlyB.size() || found.size < least.size)
                     {
                         least = found;
@@ -80,7 +88,7 @@ public:
             else
             {
                 onlyB.erase(onlyB.begin() + static_cast<ptrdiff_t>(nearest));
-                if (least.size > allowed(thing))
+                if (least.size > allowed(thing, arePoints))
                     apart.emplace_back(least, lonely);
             }
         }
@@ -88,13 +96,14 @@ public:
                          [](const auto& x, const auto& y) { return x.first.size > y.first.size; });
         for (const auto& [difference, number] : apart)
             add(kxFormat("clip \"%s\" at %.4g s: %s is off by %.3g", m_a.name.c_str(),
-                         double(m_a.times[difference.time]) / double(kxTransformSequence::kTicksPerSecond),
-                         m_a.things[number].path.c_str(), difference.size));
+                         m_a.times.empty()
+                             ? 0
+                             : double(m_a.times[difference.time]) / double(kxTransformSequence::kTicksPerSecond),
+                         thingsA[number].path.c_str(), difference.size));
         for (const size_t lonely : onlyB)
-            add(kxFormat("clip \"%s\": %s is only in the second", m_b.name.c_str(), m_b.things[lonely].path.c_str()));
+            add(kxFormat("clip \"%s\": %s is only in the second", m_b.name.c_str(), thingsB[lonely].path.c_str()));
     }
 
-private:
     // Things that are looked at as partners for one that has lost its own.
     static constexpr size_t kMostCandidates = 1000;
 
@@ -122,7 +131,8 @@ private:
         for (size_t t = 0; t < m_a.times.size(); ++t)
             for (uint32_t i = 0; i < a.count; ++i)
             {
-                const double x = m_a.numbers[t * m_widthA + a.first + i], y = m_b.numbers[t * m_widthB + b.first + i];
+                const double x = m_a.numbers[t * m_a.getWidth() + a.first + i],
+                             y = m_b.numbers[t * m_b.getWidth() + b.first + i];
                 double size = std::abs(x - y);
                 if (!std::isfinite(x) || !std::isfinite(y))
                     size = x == y || (std::isnan(x) && std::isnan(y)) ? 0 : std::numeric_limits<double>::infinity();
@@ -132,22 +142,24 @@ private:
         return largest;
     }
 
-    double allowed(const Thing& thing) const
+    double allowed(const Thing& thing, bool arePoints) const
     {
-        if (thing.isPoints)
+        if (arePoints)
             return m_tolerance * m_extent;
         double largest = 1;
         for (size_t t = 0; t < m_a.times.size(); ++t)
             for (uint32_t i = 0; i < thing.count; ++i)
-                if (const double number = std::abs(m_a.numbers[t * m_widthA + thing.first + i]); std::isfinite(number))
+                if (const double number = std::abs(m_a.numbers[t * m_a.getWidth() + thing.first + i]);
+                    std::isfinite(number))
                     largest = std::max(largest, number);
         return m_tolerance * largest;
     }
 
+    const kxMotionList& m_listA;
+    const kxMotionList& m_listB;
     const Clip& m_a;
     const Clip& m_b;
     double m_tolerance;
-    size_t m_widthA = 0, m_widthB = 0;
     double m_extent = 0;
 };
 
@@ -163,23 +175,18 @@ std::vector<std::string> compareMotion(const kxMotionList& a, const kxMotionList
             lines.push_back(std::move(line));
     };
     // Clips of one name are told apart by their order.
-    std::vector<bool> used(b.getClips().size());
+    const kxMotionList::Index inA(a), inB(b);
+    std::unordered_map<uint64_t, size_t> numbersA, numbersB;
     for (const Clip& clip : a.getClips())
     {
-        size_t partner = 0;
-        while (partner < used.size() && (used[partner] || b.getClips()[partner].name != clip.name))
-            ++partner;
-        if (partner == used.size())
-        {
+        if (const Clip* partner = inB.find(clip.name, numbersA[clip.name.getHash()]++))
+            ClipComparison(a, clip, b, *partner, tolerance).describe(add);
+        else
             add(kxFormat("clip \"%s\" is only in the first", clip.name.c_str()));
-            continue;
-        }
-        used[partner] = true;
-        ClipComparison(clip, b.getClips()[partner], tolerance).describe(add);
     }
-    for (size_t i = 0; i < used.size(); ++i)
-        if (!used[i])
-            add(kxFormat("clip \"%s\" is only in the second", b.getClips()[i].name.c_str()));
+    for (const Clip& clip : b.getClips())
+        if (!inA.find(clip.name, numbersB[clip.name.getHash()]++))
+            add(kxFormat("clip \"%s\" is only in the second", clip.name.c_str()));
     if (count > maxLines)
         lines.push_back(kxFormat("and %zu more", count - maxLines));
     return lines;

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <deque>
+#include <map>
 
 namespace Kel::Opt
 {
@@ -14,6 +14,8 @@ namespace
 
 // What a list may cost: steps over tracks, places and points, beside as many as there are keys.
 constexpr uint64_t kFreeSteps = 50000;
+// The same where even the ends of every clip are too many: then not every clip is looked at.
+constexpr uint64_t kMostSteps = 2000000;
 constexpr uint32_t kMostPoints = 16; // of a geometry
 constexpr uint64_t kPointsInAll = 20000;
 
@@ -72,12 +74,61 @@ void kxMotionList::collect(const kxSceneInfo* scene, const kxInfoList* infos, co
     collect(std::span(&scene, 1), infos, like);
 }
 
-const kxMotionList::Clip* kxMotionList::findClip(kxStringRef name, size_t number) const
+kxMotionList::Index::Index(const kxMotionList& list)
 {
-    for (const Clip& clip : m_clips)
-        if (clip.name == name && number-- == 0)
-            return &clip;
-    return nullptr;
+    for (const Clip& clip : list.m_clips)
+        m_clips[clip.name.getHash()].push_back(&clip);
+}
+
+const kxMotionList::Clip* kxMotionList::Index::find(kxStringRef name, size_t number) const
+{
+    const auto found = m_clips.find(name.getHash());
+    return found == m_clips.end() || number >= found->second.size() ? nullptr : found->second[number];
+}
+
+// Few points of each of very many things; where those are too many still, only some of the things. Which ones depends on what
+// they are, not on where they stand, so that a changed graph gives the same.
+void kxMotionList::choosePoints(std::deque<kxMovingGraph>& graphs, const kxMotionList* like)
+{
+    std::map<uint64_t, uint64_t> countOf;
+    uint64_t drawCount = 0;
+    for (kxMovingGraph& graph : graphs)
+    {
+        graph.choosePoints(1);
+        drawCount += graph.getDraws().size();
+    }
+    m_pointsPerGeometry = static_cast<uint32_t>(std::clamp<uint64_t>(kPointsInAll / (drawCount + 1), 1, kMostPoints));
+    if (like && like->m_pointsPerGeometry)
+    {
+        m_pointsPerGeometry = like->m_pointsPerGeometry;
+        m_lastContent = like->m_lastContent;
+    }
+    for (kxMovingGraph& graph : graphs)
+    {
+        graph.choosePoints(m_pointsPerGeometry);
+        for (const kxMovingGraph::Draw& draw : graph.getDraws())
+            ++countOf[draw.content];
+    }
+    if (!like || !like->m_pointsPerGeometry)
+    {
+        uint64_t sum = 0;
+        for (auto at = countOf.begin(); drawCount > kPointsInAll && at != countOf.end(); ++at)
+            if ((sum += at->second) > kPointsInAll)
+            {
+                m_lastContent = at->first;
+                break;
+            }
+    }
+    uint32_t first = 0;
+    for (size_t g = 0; g < graphs.size(); ++g)
+    {
+        graphs[g].filter([&](uint64_t content) { return content <= m_lastContent; });
+        for (const kxMovingGraph::Draw& draw : graphs[g].getDraws())
+        {
+            m_points.push_back({combineHash(g, draw.content), graphs[g].getPath(draw), first, draw.pointCount * 3});
+            first += draw.pointCount * 3;
+        }
+    }
 }
 
 void kxMotionList::collect(std::span<const kxSceneInfo* const> scenes, const kxInfoList* infos,
@@ -106,71 +157,63 @@ void kxMotionList::collect(std::span<const kxSceneInfo* const> scenes, const kxI
         return;
 
     std::deque<kxMovingGraph> graphs;
-    size_t drawCount = 0;
+    uint64_t movingCount = 0;
     for (const kxSceneInfo* scene : scenes)
-    {
-        graphs.emplace_back(scene->getSceneGraph(), databases);
-        graphs.back().choosePoints(1);
-        drawCount += graphs.back().getDraws().size();
-    }
-    m_pointsPerGeometry =
-        like && like->m_pointsPerGeometry
-            ? like->m_pointsPerGeometry
-            : static_cast<uint32_t>(std::clamp<uint64_t>(kPointsInAll / (drawCount + 1), 1, kMostPoints));
-    size_t pointCount = 0;
-    for (kxMovingGraph& graph : graphs)
-    {
-        graph.choosePoints(m_pointsPerGeometry);
-        pointCount += graph.getPointCount();
-    }
-    const uint64_t perTime = tracks / animations.size() + pointCount + 1;
+        movingCount += graphs.emplace_back(scene->getSceneGraph(), databases).getMovingCount();
+    choosePoints(graphs, like);
+    const uint32_t pointNumbers = m_points.empty() ? 0 : m_points.back().first + m_points.back().count;
+    const uint64_t perTime = tracks / animations.size() + movingCount + pointNumbers / 3 + 1;
     const uint64_t timesPerClip = (kFreeSteps + keys) / perTime / animations.size();
+    const uint64_t clipStep = 1 + 2 * perTime * animations.size() / (kMostSteps + 4 * keys);
 
-    for (const kxAnimation* animation : animations)
+    const kxMotionList none;
+    const Index patterns(like ? *like : none);
+    std::unordered_map<uint64_t, size_t> numberOf; // of clips of one name
+    for (size_t number = 0; number < animations.size(); ++number)
     {
-        const auto number = static_cast<size_t>(std::count_if(
-            m_clips.begin(), m_clips.end(), [&](const Clip& clip) { return clip.name == animation->_name; }));
-        const Clip* pattern = like ? like->findClip(animation->_name, number) : nullptr;
+        const kxAnimation* animation = animations[number];
+        const size_t ofName = numberOf[animation->_name.getHash()]++;
+        const Clip* pattern = like ? patterns.find(animation->_name, ofName) : nullptr;
         Clip& clip = m_clips.emplace_back();
         clip.name = animation->_name;
-        clip.times = pattern ? pattern->times : chooseTimes(*animation, timesPerClip);
+        if (pattern)
+            clip.times = pattern->times;
+        else if (number % clipStep == 0)
+            clip.times = chooseTimes(*animation, timesPerClip);
+        if (!clip.times.empty())
+            sample(clip, *animation, graphs);
+    }
+}
 
-        std::vector<kxMovingGraph::Clip> bound;
-        uint32_t first = 0;
+void kxMotionList::sample(Clip& clip, const kxAnimation& animation, std::deque<kxMovingGraph>& graphs)
+{
+    std::vector<kxMovingGraph::Clip> bound;
+    for (const kxMovingGraph& graph : graphs)
+        bound.push_back(graph.bind(animation));
+    uint32_t first = m_points.empty() ? 0 : m_points.back().first + m_points.back().count;
+    std::vector<const kxValueSequence*> values;
+    forEachTrack(
+        animation,
+        [&](const kxAnimationTrack& track)
+        {
+            const auto* source = kxCast<kxValueSequence>(track.getSource());
+            if (!source || source->getKeyCount() == 0 || !source->isWellFormed() || !source->hasRisingTimes())
+                return;
+            const std::string path = getObjectName(track._target).str() + " " + track._property.str();
+            clip.values.push_back({hashBytes(path.data(), path.size(), 1), path, first, source->getNumbersPerKey()});
+            first += source->getNumbersPerKey();
+            values.push_back(source);
+        });
+    std::vector<double> numbers;
+    clip.numbers.reserve(clip.times.size() * first);
+    for (const int64_t time : clip.times)
+    {
         for (size_t g = 0; g < graphs.size(); ++g)
-        {
-            bound.push_back(graphs[g].bind(*animation));
-            for (const kxMovingGraph::Draw& draw : graphs[g].getDraws())
-                clip.things.push_back({combineHash(g, draw.content), graphs[g].getPath(draw),
-                                       first + draw.firstPoint * 3, draw.pointCount * 3, true});
-            first += static_cast<uint32_t>(graphs[g].getPointCount() * 3);
-        }
-        std::vector<const kxValueSequence*> values;
-        forEachTrack(*animation,
-                     [&](const kxAnimationTrack& track)
-                     {
-                         const auto* source = kxCast<kxValueSequence>(track.getSource());
-                         if (!source || source->getKeyCount() == 0 || !source->isWellFormed() ||
-                             !source->hasRisingTimes())
-                             return;
-                         const std::string path = getObjectName(track._target).str() + " " + track._property.str();
-                         clip.things.push_back(
-                             {hashBytes(path.data(), path.size(), 1), path, first, source->getNumbersPerKey(), false});
-                         first += source->getNumbersPerKey();
-                         values.push_back(source);
-                     });
-
-        std::vector<double> numbers;
-        clip.numbers.reserve(clip.times.size() * first);
-        for (const int64_t time : clip.times)
-        {
-            for (size_t g = 0; g < graphs.size(); ++g)
-                graphs[g].evaluate(bound[g], time, clip.numbers);
-            numbers.clear();
-            for (const kxValueSequence* source : values)
-                source->sample(time, numbers);
-            clip.numbers.insert(clip.numbers.end(), numbers.begin(), numbers.end());
-        }
+            graphs[g].evaluate(bound[g], time, clip.numbers);
+        numbers.clear();
+        for (const kxValueSequence* source : values)
+            source->sample(time, numbers);
+        clip.numbers.insert(clip.numbers.end(), numbers.begin(), numbers.end());
     }
 }
 

@@ -274,7 +274,6 @@ void kxMovingGraph::choosePoints(uint32_t perGeometry)
                 if (const auto* data = kxCast<kxGeometryAttr>(attr))
                     addGeometryPoints(*data, place, perGeometry, *begin(0));
     }
-    m_pointCount = m_points.size();
 }
 
 void kxMovingGraph::addAxes(Draw& draw)

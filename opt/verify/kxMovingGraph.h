@@ -30,7 +30,7 @@ public:
     {
         uint64_t content; ///< what it is: equal for the same thing in another load of the file
         uint32_t place;
-        uint32_t firstPoint; ///< in what `evaluate` gives
+        uint32_t firstPoint;
         uint32_t pointCount;
     };
 
@@ -39,8 +39,14 @@ public:
 
     /// Chooses the points, up to that many of each geometry. Must have been called before `evaluate`.
     void choosePoints(uint32_t perGeometry);
+    /// Lets go of the draws for which `isKept(content)` is false.
+    template <class IsKept>
+    void filter(IsKept isKept)
+    {
+        std::erase_if(m_draws, [&](const Draw& draw) { return !isKept(draw.content); });
+    }
     const std::vector<Draw>& getDraws() const { return m_draws; }
-    size_t getPointCount() const { return m_pointCount; }
+    size_t getMovingCount() const { return m_moving.size(); }
     /// Names from the root to the place of a draw.
     std::string getPath(const Draw& draw) const;
 
@@ -61,7 +67,7 @@ public:
         std::vector<Weights> weights;
     };
     Clip bind(const kxAnimation& animation) const;
-    /// Appends the points at a time of a clip, in world space, three numbers each.
+    /// Appends the points of all draws in order at a time of a clip, in world space, three numbers each.
     void evaluate(const Clip& clip, int64_t time, std::vector<float>& points);
 
 private:
@@ -117,7 +123,6 @@ private:
     std::unordered_map<const kxNode*, bool> m_driven;    // true: its weights
     std::vector<Draw> m_draws;
     std::vector<Point> m_points;
-    size_t m_pointCount = 0;
     double m_axisLength = 1;
 
     // While a time is evaluated.

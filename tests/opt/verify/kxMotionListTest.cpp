@@ -142,15 +142,16 @@ struct MovingScene
 };
 
 // The numbers of a thing at a time.
-std::vector<float> numbersOf(const kxMotionList::Clip& clip, const char* path, size_t time)
+std::vector<float> numbersOf(const kxMotionList& list, const char* path, size_t time)
 {
-    const size_t width = clip.numbers.size() / clip.times.size();
-    for (const kxMotionList::Thing& thing : clip.things)
-        if (thing.path == path)
-        {
-            const float* first = clip.numbers.data() + time * width + thing.first;
-            return {first, first + thing.count};
-        }
+    const kxMotionList::Clip& clip = list.getClips()[0];
+    for (const auto* things : {&list.getPoints(), &clip.values})
+        for (const kxMotionList::Thing& thing : *things)
+            if (thing.path == path)
+            {
+                const float* first = clip.numbers.data() + time * clip.getWidth() + thing.first;
+                return {first, first + thing.count};
+            }
     return {};
 }
 
@@ -175,13 +176,13 @@ TEST(kxMotionList, KnowsWhereThingsAre)
             matchers.push_back(testing::FloatNear(static_cast<float>(number), 1e-5f));
         return testing::ElementsAreArray(matchers);
     };
-    EXPECT_THAT(numbersOf(clip, "/kxGroup/lid/box", 1),
+    EXPECT_THAT(numbersOf(list, "/kxGroup/lid/box", 1),
                 near({std::cos(angle), std::sin(angle), 0, -2 * std::sin(angle), 2 * std::cos(angle), 0}));
-    EXPECT_THAT(numbersOf(clip, "/kxGroup/lid/box", 2), near({0, 1, 0, -2, 0, 0}));
-    EXPECT_THAT(numbersOf(clip, "/kxGroup/head/kxMesh/face", 1), near({0, 0, 0, 1, 0, 4 * f}));
-    EXPECT_THAT(numbersOf(clip, "/kxGroup/strip/actor/skin", 1), near({0, 0, 0, 8 * f * 0.75, 5, 0}));
-    EXPECT_THAT(numbersOf(clip, " /baseColorFactor", 1), near({f, f / 2, 0}));
-    EXPECT_THAT(numbersOf(clip, "/kxGroup/still", 0), testing::IsEmpty()) << "what no clip moves is in the draw list";
+    EXPECT_THAT(numbersOf(list, "/kxGroup/lid/box", 2), near({0, 1, 0, -2, 0, 0}));
+    EXPECT_THAT(numbersOf(list, "/kxGroup/head/kxMesh/face", 1), near({0, 0, 0, 1, 0, 4 * f}));
+    EXPECT_THAT(numbersOf(list, "/kxGroup/strip/actor/skin", 1), near({0, 0, 0, 8 * f * 0.75, 5, 0}));
+    EXPECT_THAT(numbersOf(list, " /baseColorFactor", 1), near({f, f / 2, 0}));
+    EXPECT_THAT(numbersOf(list, "/kxGroup/still", 0), testing::IsEmpty()) << "what no clip moves is in the draw list";
 }
 
 TEST(kxMotionList, FindsWhatChanged)
