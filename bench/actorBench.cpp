@@ -94,6 +94,7 @@ void readKeys(benchmark::State& state)
 }
 BENCHMARK(readKeys)->Unit(benchmark::kMillisecond);
 
+// Arguments: tracks, keys of each, motion, and whether all tracks share their times.
 template <class Optimization>
 void reduce(benchmark::State& state)
 {
@@ -104,6 +105,9 @@ void reduce(benchmark::State& state)
         auto database = makeDatabase(static_cast<uint32_t>(state.range(0)), static_cast<uint32_t>(state.range(1)),
                                      static_cast<Motion>(state.range(2)), 1000);
         keys = keysOf(*database);
+        const kxAnimationTrackList& tracks = *database->_animationList->get(0)->getTrackList();
+        for (uint32_t i = 1; state.range(3) && i < tracks.getCount(); ++i)
+            tracks[i]->getSource()->setTimeList(tracks[0]->getSource()->getTimeList());
         const auto optimization = kxNew<Optimization>();
         state.ResumeTiming();
         optimization->applyInfo(database);
@@ -117,17 +121,19 @@ void reduce(benchmark::State& state)
 }
 BENCHMARK(reduce<kxReduceKeyframes>)
     ->Unit(benchmark::kMillisecond)
-    ->Args({1000, 1000, STILL})
-    ->Args({1000, 1000, SMOOTH})
-    ->Args({1000, 1000, NOISY})
-    ->Args({1, 1000000, STILL})
-    ->Args({1, 1000000, SMOOTH})
-    ->Args({100000, 10, SMOOTH});
+    ->Args({1000, 1000, STILL, 0})
+    ->Args({1000, 1000, SMOOTH, 0})
+    ->Args({1000, 1000, NOISY, 0})
+    ->Args({1000, 1000, STILL, 1})
+    ->Args({1000, 1000, SMOOTH, 1})
+    ->Args({1, 1000000, STILL, 0})
+    ->Args({1, 1000000, SMOOTH, 0})
+    ->Args({100000, 10, SMOOTH, 0});
 BENCHMARK(reduce<kxOptimizeActorKeyframes>)
     ->Unit(benchmark::kMillisecond)
-    ->Args({1000, 1000, STILL})
-    ->Args({1000, 1000, NOISY})
-    ->Args({1, 1000000, STILL});
+    ->Args({1000, 1000, STILL, 0})
+    ->Args({1000, 1000, NOISY, 0})
+    ->Args({1, 1000000, STILL, 0});
 
 void removeUnusedTracks(benchmark::State& state)
 {

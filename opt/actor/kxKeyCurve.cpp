@@ -339,12 +339,12 @@ double kxKeyCurve::getSplineError(uint32_t a, uint32_t b) const
     return largest;
 }
 
-std::vector<uint32_t> reduceKeys(std::span<const kxKeyCurve> curves, uint32_t keyCount)
+std::vector<uint32_t> reduceKeys(std::span<const kxKeyCurve* const> curves, uint32_t keyCount)
 {
     const auto fits = [&](uint32_t a, uint32_t b)
     {
         return std::all_of(curves.begin(), curves.end(),
-                           [&](const kxKeyCurve& curve) { return curve.getError(a, b) < kTooFar; });
+                           [&](const kxKeyCurve* curve) { return curve->getError(a, b) < kTooFar; });
     };
     std::vector<uint32_t> kept;
     if (keyCount == 0)

@@ -69,6 +69,6 @@ private:
 /// Numbers of the keys that stay so that no curve is further off than its tolerance: the first and the last, and of the others
 /// as few as a walk from the first to the last finds; none of them could go alone. All curves have the same keys.
 /// Cost: n log n for n keys.
-std::vector<uint32_t> reduceKeys(std::span<const kxKeyCurve> curves, uint32_t keyCount);
+std::vector<uint32_t> reduceKeys(std::span<const kxKeyCurve* const> curves, uint32_t keyCount);
 
 } // namespace Kel::Opt

@@ -45,7 +45,17 @@ public:
     }
     Curves(const Curves&) = delete; // the curves refer to the times
 
-    std::span<const kxKeyCurve> get() const { return m_curves; }
+    void appendTo(std::vector<const kxKeyCurve*>& all) const
+    {
+        for (const kxKeyCurve& curve : m_curves)
+            all.push_back(&curve);
+    }
+    Keys reduce() const
+    {
+        std::vector<const kxKeyCurve*> all;
+        appendTo(all);
+        return reduceKeys(all, static_cast<uint32_t>(m_times.size()));
+    }
 
     kxKeyTolerances getErrors(const Keys& kept) const
     {
@@ -96,10 +106,10 @@ uint64_t bytesOf(std::span<kxKeyReduction> sequences, const std::vector<const Ke
 Keys reduceTogether(const std::vector<std::unique_ptr<Curves>>& curves, const std::vector<bool>& isMember,
                     uint32_t keyCount)
 {
-    std::vector<kxKeyCurve> all;
+    std::vector<const kxKeyCurve*> all;
     for (size_t i = 0; i < curves.size(); ++i)
         if (isMember[i])
-            all.insert(all.end(), curves[i]->get().begin(), curves[i]->get().end());
+            curves[i]->appendTo(all);
     return reduceKeys(all, keyCount);
 }
 
@@ -114,7 +124,7 @@ void planReduction(std::span<kxKeyReduction> sequences, const kxKeyTolerances& t
     {
         const kxTransformSequence& sequence = *sequences[i].sequence;
         curves.push_back(std::make_unique<Curves>(sequence, tolerances));
-        own[i] = reduceKeys(curves[i]->get(), sequence.getKeyCount());
+        own[i] = curves[i]->reduce();
         whole[i].resize(sequence.getKeyCount());
         std::iota(whole[i].begin(), whole[i].end(), 0u);
         isEqualCount &= whole[i].size() == whole[0].size();
