@@ -95,7 +95,7 @@ bool kxGltfContainer::open(kxGltfFaults& faults, const kxJsonDocument::Listener&
         return faults.refuse("is empty");
     if (isBinary && !splitBinary(faults, offset, bytes))
         return false;
-    auto text = std::make_unique_for_overwrite<char[]>(bytes + 1);
+    auto text = std::make_unique_for_overwrite<char[]>(bytes + kxJsonDocument::kPadding);
     std::memcpy(text.get(), file->getData() + offset, bytes);
     dropPages(file->getData() + offset, bytes);
     if (!json.parse(std::move(text), bytes, fault, &listener))

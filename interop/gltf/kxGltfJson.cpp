@@ -243,7 +243,7 @@ bool kxJsonDocument::parseList(char*& at, const Listener& listener, std::string&
 
 bool kxJsonDocument::parseCopy(std::string_view text, std::string& fault)
 {
-    auto copy = std::make_unique_for_overwrite<char[]>(text.size() + 1);
+    auto copy = std::make_unique_for_overwrite<char[]>(text.size() + kPadding);
     std::memcpy(copy.get(), text.data(), text.size());
     return parse(std::move(copy), text.size(), fault);
 }

@@ -35,7 +35,9 @@ public:
         std::function<void(const kxJsonValue& element, const std::function<const kxJsonValue*()>& keep)> take;
     };
 
-    /// Parses `byteCount` bytes of UTF-8, which are taken over and changed; one byte more than that must be allocated. On
+    /// Bytes that must be allocated behind a text: its end, and what is read past it, because strings are scanned in blocks.
+    static constexpr size_t kPadding = 16;
+    /// Parses `byteCount` bytes of UTF-8, which are taken over and changed; `kPadding` more than that must be allocated. On
     /// failure `fault` says what was found and where. Takes no stack for nesting.
     bool parse(std::unique_ptr<char[]> text, size_t byteCount, std::string& fault, const Listener* listener = nullptr);
     /// Parses a copy.

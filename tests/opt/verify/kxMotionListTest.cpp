@@ -234,6 +234,7 @@ TEST(kxMotionList, BrokenKeysAndEmptyScenesDoNoHarm)
     scene.colour->_values->_count = 1000;
     scene.database->_skinList->get(0)->_inverseBindMatrices->_count = 1000;
     EXPECT_EQ(scene.collect().getClips().size(), 1u);
+    const kxSmartPointer<kxNode> root = scene.info->getSceneGraph(); // the skeleton's bones live in it
     scene.info->setSceneGraph(nullptr);
     EXPECT_EQ(scene.collect().getClips().size(), 1u);
     kxMotionList list;
