@@ -1,6 +1,7 @@
 // The one list of the optimization library's classes.
 #include "opt/libKXOpt.h"
 
+#include "opt/actor/kxActorClasses.h"
 #include "opt/framework/kxLogInterface.h"
 #include "opt/framework/kxManager.h"
 #include "opt/framework/kxOptManager.h"
@@ -64,6 +65,8 @@ void libKXOpt_arkRegister()
     registerSceneClasses();
 
     registerImageClasses();
+
+    registerActorClasses();
 
     // Last: it loads the plug-ins, whose classes may derive from any of the above.
     kxRegisterClass<kxOptManager>("kxOptManager", "runs an optimization script");

@@ -1,42 +1,12 @@
+// Reading animations.
 #include "interop/gltf/kxGltfAnimation.h"
 
-#include <unordered_map>
+#include "platform/sg/kxMesh.h"
+
+#include <array>
 
 namespace Kel::Gltf
 {
-
-KX_IMPLEMENT(kxGltfAnimationSampler)
-KX_IMPLEMENT(kxGltfAnimationSamplerList)
-KX_IMPLEMENT(kxGltfAnimationChannel)
-KX_IMPLEMENT(kxGltfAnimationChannelList)
-KX_IMPLEMENT(kxGltfAnimation)
-
-void kxGltfAnimationSampler::listFields(kxFields<kxGltfAnimationSampler>& fields)
-{
-    fields.add(&kxGltfAnimationSampler::_input, "_input", "times of the keys, seconds");
-    fields.add(&kxGltfAnimationSampler::_output, "_output", "values, one or three for each key and component");
-    fields.add(&kxGltfAnimationSampler::_interpolation, "_interpolation",
-               "LINEAR, STEP or CUBICSPLINE; null for the first");
-    fields.add(&kxGltfAnimationSampler::_userData, "_userData", "what a file says beyond these fields");
-}
-
-void kxGltfAnimationChannel::listFields(kxFields<kxGltfAnimationChannel>& fields)
-{
-    fields.add(&kxGltfAnimationChannel::_sampler, "_sampler", "the keys");
-    fields.add(&kxGltfAnimationChannel::_target, "_target", "object that is driven");
-    fields.add(&kxGltfAnimationChannel::_path, "_path", "property of a node that is driven, or \"pointer\"");
-    fields.add(&kxGltfAnimationChannel::_pointer, "_pointer", "path to the property below the target");
-    fields.add(&kxGltfAnimationChannel::_hasPointer, "_hasPointer", "the property is given by a pointer");
-    fields.add(&kxGltfAnimationChannel::_userData, "_userData", "what a file says beyond these fields");
-    fields.add(&kxGltfAnimationChannel::_targetUserData, "_targetUserData",
-               "what a file says about the target beyond these fields");
-}
-
-void kxGltfAnimation::listFields(kxFields<kxGltfAnimation>& fields)
-{
-    fields.add(&kxGltfAnimation::_samplers, "_samplers", "the keys of all channels");
-    fields.add(&kxGltfAnimation::_channels, "_channels", "what the keys drive");
-}
 
 namespace
 {
@@ -51,6 +21,9 @@ const kxKnownKeys kSamplerKeys = {"animation sampler", kSamplerMembers, {}};
 const kxKnownKeys kChannelKeys = {"channel", kChannelMembers, {}};
 const kxKnownKeys kTargetKeys = {"channel target", kTargetMembers, kTargetExtensions};
 
+// Lists of the scene count with 32 bits; a spline has three values for a key.
+constexpr int64_t kMaxKeys = INT32_MAX / 3;
+
 const kxJsonValue* pointerOf(const kxJsonValue& target)
 {
     const kxJsonValue* extensions = findMember(target, "extensions");
@@ -63,29 +36,6 @@ std::string_view stringMember(const kxJsonValue& object, const char* key)
 {
     const kxJsonValue* value = findMember(object, key);
     return value && value->IsString() ? textOf(*value) : std::string_view();
-}
-
-// What is wrong with the keys of a sampler; null when nothing is.
-const char* faultOf(const kxGltfAnimationSampler& sampler, kxStringRef path)
-{
-    if (!sampler._input || !sampler._output)
-        return "animation channels without keys are left out";
-    if (sampler._input->_componentType != kxComponentType::FLOAT32 || sampler._input->_componentCount != 1)
-        return "animation channels with times that are no floats are left out";
-    const int64_t keys = sampler._input->_count;
-    const bool cubic = sampler._interpolation.view() == "CUBICSPLINE";
-    const int64_t values = cubic ? keys * 3 : keys;
-    // A key of weights has one value for each morph target, one of a pointer's property maybe as well.
-    const std::string_view what = path.view();
-    const uint32_t components = what == "translation" || what == "scale" ? 3 : what == "rotation" ? 4 : 0;
-    if (keys == 0 || sampler._output->_count < values || sampler._output->_count % values != 0 ||
-        (components && sampler._output->_count != values))
-        return "animation channels with keys and values of different number are left out";
-    if (components && (sampler._output->_componentCount != components || sampler._output->_matrix))
-        return "animation channels with values of an impossible type are left out";
-    if (cubic && keys < 2)
-        return "animation channels with a spline of a single key are left out";
-    return nullptr;
 }
 
 } // namespace
@@ -116,169 +66,263 @@ void forEachAnimatedNode(const kxJsonValue& animations, const std::function<void
     }
 }
 
-bool readAnimation(const kxJsonValue& json, uint32_t index, kxGltfAnimation& animation, kxGltfArrays& arrays,
-                   const kxGltfObjects& objects, kxGltfCarriedReader& carried, kxGltfFaults& faults)
+struct kxGltfAnimationReader::Sampler
 {
-    static const kxStringRef kInput("ANIMATION_INPUT"), kOutput("ANIMATION_OUTPUT");
-    const std::string where = kxFormat("animation %u", index);
-    animation._userData = carried.read(json, kAnimationKeys);
-    const kxJsonValue* samplers = findMember(json, "samplers");
-    const kxJsonValue* channels = findMember(json, "channels");
-    if (!samplers || !channels || !samplers->IsArray() || !channels->IsArray())
-    {
-        faults.warn("animation has no list of channels or samplers", where);
-        return true;
-    }
+    const kxVertexArray* input = nullptr;
+    const kxVertexArray* output = nullptr;
+    kxStringRef interpolation;
+    kxSmartPointer<kxUserData> userData;
+    bool isUsed = false;
+    std::array<kxSmartPointer<kxTransformSequence>, size_t(kxGltfKeyKind::COUNT)> sequences;
 
-    for (auto at = samplers->Begin(); at != samplers->End(); ++at)
-    {
-        auto sampler = kxNew<kxGltfAnimationSampler>();
-        animation._samplers->append(sampler);
-        if (!at->IsObject())
-            continue;
-        uint32_t accessor = 0;
-        if (const kxJsonValue* input = findMember(*at, "input"); input && readIndex(*input, accessor))
-            sampler->_input = arrays.get(accessor, kInput);
-        if (const kxJsonValue* output = findMember(*at, "output"); output && readIndex(*output, accessor))
-            sampler->_output = arrays.get(accessor, kOutput);
-        if (faults.isRefused())
-            return false;
-        if (const std::string_view interpolation = stringMember(*at, "interpolation"); !interpolation.empty())
-            sampler->_interpolation = kxStringRef(interpolation);
-        sampler->_userData = carried.read(*at, kSamplerKeys);
-    }
+    bool isCubic() const { return interpolation.view() == "CUBICSPLINE"; }
+};
 
-    for (auto at = channels->Begin(); at != channels->End(); ++at)
-    {
-        uint32_t number = 0;
-        const kxJsonValue* named = findMember(*at, "sampler");
-        const kxJsonValue* target = findMember(*at, "target");
-        if (!named || !readIndex(*named, number) || number >= animation._samplers->getCount() || !target ||
-            !target->IsObject())
-        {
-            faults.warn("animation channels without sampler or target are left out", where);
-            continue;
-        }
-        auto channel = kxNew<kxGltfAnimationChannel>();
-        channel->_sampler = animation._samplers->get(number);
-        channel->_path = kxStringRef(stringMember(*target, "path"));
-        if (const char* fault = faultOf(*channel->_sampler, channel->_path))
-        {
-            faults.warn(fault, where);
-            continue;
-        }
-        if (const kxJsonValue* node = findMember(*target, "node"))
-        {
-            channel->_target = readIndex(*node, number) ? objects.find(kxGltfKind::NODE, number) : nullptr;
-            if (!channel->_target)
-            {
-                faults.warn("animation channels of nodes that do not exist are left out", where);
-                continue;
-            }
-        }
-        if (const kxJsonValue* pointer = pointerOf(*target))
-        {
-            kxGltfKind kind;
-            std::string_view rest = textOf(*pointer);
-            channel->_hasPointer = true;
-            if (splitPointer(textOf(*pointer), kind, number, rest))
-                channel->_target = objects.find(kind, number);
-            if (!channel->_target)
-                rest = textOf(*pointer);
-            channel->_pointer = kxStringRef(rest);
-        }
-        channel->_userData = carried.read(*at, kChannelKeys);
-        channel->_targetUserData = carried.read(*target, kTargetKeys);
-        animation._channels->append(channel);
-    }
-    return true;
-}
+struct kxGltfAnimationReader::Channel
+{
+    const kxJsonValue* json = nullptr;
+    const kxJsonValue* targetJson = nullptr;
+    Sampler* sampler = nullptr;
+    kxGltfKeyKind kind = kxGltfKeyKind::VALUES;
+    kxObject* target = nullptr;
+    kxStringRef property; // path, or what a pointer names below its target
+    bool hasPointer = false;
+};
 
 namespace
 {
 
-bool isUsable(const kxGltfAnimationChannel& channel)
+// The part of a transform that a property of a node is.
+kxGltfKeyKind kindOf(std::string_view property)
 {
-    return channel._sampler && !faultOf(*channel._sampler, channel._path);
+    return property == "translation" ? kxGltfKeyKind::TRANSLATION
+           : property == "rotation"  ? kxGltfKeyKind::ROTATION
+           : property == "scale"     ? kxGltfKeyKind::SCALE
+                                     : kxGltfKeyKind::VALUES;
+}
+
+// What is wrong with keys; null when nothing is.
+const char* faultOf(const kxVertexArray* input, const kxVertexArray* output, bool cubic, kxGltfKeyKind kind)
+{
+    if (!input || !output)
+        return "animation channels without keys are left out";
+    if (input->_componentType != kxComponentType::FLOAT32 || input->_componentCount != 1)
+        return "animation channels with times that are no floats are left out";
+    const int64_t keys = input->_count;
+    if (keys > kMaxKeys)
+        return "animation channels with too many keys are left out";
+    const int64_t values = cubic ? keys * 3 : keys;
+    // A key of weights has one value for each morph target, one of a pointer's property maybe as well.
+    const uint32_t components = kind == kxGltfKeyKind::VALUES ? 0 : kind == kxGltfKeyKind::ROTATION ? 4 : 3;
+    if (keys == 0 || output->_count < values || output->_count % values != 0 ||
+        (components && output->_count != values))
+        return "animation channels with keys and values of different number are left out";
+    if (components && (output->_componentCount != components || output->_matrix))
+        return "animation channels with values of an impossible type are left out";
+    if (cubic && keys < 2)
+        return "animation channels with a spline of a single key are left out";
+    return nullptr;
+}
+
+// The lists of transforms hold floats, rotations also what stands for fractions.
+bool isListable(const kxVertexArray& output, kxGltfKeyKind kind)
+{
+    return output._componentType == kxComponentType::FLOAT32 ||
+           (kind == kxGltfKeyKind::ROTATION && output._normalized && output._componentType != kxComponentType::UINT32);
 }
 
 } // namespace
 
-bool hasValidChannels(const kxGltfAnimation& animation)
+kxGltfAnimationReader::kxGltfAnimationReader(kxAnimationDatabase& database, kxGltfArrays& arrays,
+                                             const kxGltfObjects& objects, kxGltfCarriedReader& carried,
+                                             kxGltfFaults& faults)
+    : m_database(database), m_arrays(arrays), m_objects(objects), m_carried(carried), m_faults(faults)
 {
-    for (kxGltfAnimationChannel* channel : *animation._channels)
-        if (isUsable(*channel))
-            return true;
-    return false;
+    for (const kxSkeleton* skeleton : *database._skeletonList)
+        for (const kxNode* bone : *skeleton->_bones)
+            m_isJoint[bone] = true;
 }
 
-void writeAnimation(kxJsonText& json, const kxGltfAnimation& animation, kxGltfCarriedWriter& carried,
-                    const kxIndicesOf& indicesOf, const kxAccessorOf& accessorOf)
+bool kxGltfAnimationReader::read(const kxJsonValue& json, uint32_t index, kxAnimation& animation)
 {
-    // Samplers that nothing uses any more because their channels were left out would have no valid keys.
-    std::unordered_map<const kxObject*, uint32_t> numbers;
-    json.beginObject();
-    if (!animation._name.isEmpty())
-        json.member("name", animation._name.view());
-    json.key("samplers");
-    json.beginArray();
-    for (kxGltfAnimationSampler* sampler : *animation._samplers)
+    const std::string where = kxFormat("animation %u", index);
+    animation._userData = m_carried.read(json, kAnimationKeys);
+    const kxJsonValue* samplerList = findMember(json, "samplers");
+    const kxJsonValue* channelList = findMember(json, "channels");
+    if (!samplerList || !channelList || !samplerList->IsArray() || !channelList->IsArray())
     {
-        if (faultOf(*sampler, kxStringRef()))
-            continue;
-        numbers.emplace(sampler, static_cast<uint32_t>(numbers.size()));
-        json.beginObject();
-        json.member("input", uint64_t(accessorOf(sampler->_input, true)));
-        json.member("output", uint64_t(accessorOf(sampler->_output, false)));
-        if (!sampler->_interpolation.isEmpty())
-            json.member("interpolation", sampler->_interpolation.view());
-        carried.write(json, sampler->_userData);
-        json.endObject();
+        m_faults.warn("animation has no list of channels or samplers", where);
+        return true;
     }
-    json.endArray();
-    json.key("channels");
-    json.beginArray();
-    for (kxGltfAnimationChannel* channel : *animation._channels)
+    std::vector<Sampler> samplers(samplerList->Size());
+    for (uint32_t i = 0; i < samplerList->Size(); ++i)
+        if (!readSampler((*samplerList)[i], samplers[i]))
+            return false;
+    std::vector<Channel> channels;
+    for (auto at = channelList->Begin(); at != channelList->End(); ++at)
     {
-        const auto sampler = numbers.find(channel->_sampler.get());
-        if (sampler == numbers.end() || !isUsable(*channel))
-            continue;
-        kxGltfKind kind = kxGltfKind::COUNT;
-        std::vector<uint32_t> targets;
-        if (channel->_target)
-            targets = indicesOf(channel->_target, kind);
-        if (targets.empty())
-            targets.push_back(UINT32_MAX);
-        for (const uint32_t target : targets)
+        Channel channel;
+        if (const char* fault = readChannel(*at, samplers, channel))
+            m_faults.warn(fault, where);
+        else
+            channels.push_back(channel);
+    }
+
+    // In the order of the samplers, which that of the channels need not be.
+    for (Channel& channel : channels)
+    {
+        const auto kind = static_cast<size_t>(channel.kind);
+        channel.sampler->isUsed = true;
+        channel.sampler->sequences[kind] = kxNew<kxTransformSequence>(); // stands for one to be made
+    }
+    for (Sampler& sampler : samplers)
+    {
+        if (!sampler.isUsed)
+            m_faults.warn("animation samplers that no channel uses are left out", where);
+        for (size_t kind = 0; kind < sampler.sequences.size(); ++kind)
+            if (sampler.sequences[kind])
+                sampler.sequences[kind] = makeSequence(sampler, static_cast<kxGltfKeyKind>(kind));
+    }
+    for (const Channel& channel : channels)
+    {
+        auto track = kxNew<kxAnimationTrack>();
+        track->setSource(channel.sampler->sequences[static_cast<size_t>(channel.kind)]);
+        track->_target = channel.target;
+        track->_property = channel.kind == kxGltfKeyKind::VALUES ? channel.property : kxStringRef();
+        track->_hasPointer = channel.hasPointer;
+        track->_userData = m_carried.read(*channel.json, kChannelKeys);
+        track->_targetUserData = m_carried.read(*channel.targetJson, kTargetKeys);
+        const bool isBone = Gltf::kindOf(channel.target) == kxGltfKind::NODE;
+        if (isBone)
+            track->_name = static_cast<const kxNode*>(channel.target)->getName();
+        (isBone ? animation._trackList : animation._propertyTrackList)->append(track);
+    }
+    addSkeleton(animation);
+    return true;
+}
+
+bool kxGltfAnimationReader::readSampler(const kxJsonValue& json, Sampler& sampler)
+{
+    static const kxStringRef kInput("ANIMATION_INPUT"), kOutput("ANIMATION_OUTPUT");
+    if (!json.IsObject())
+        return true;
+    uint32_t accessor = 0;
+    if (const kxJsonValue* input = findMember(json, "input"); input && readIndex(*input, accessor))
+        sampler.input = m_arrays.get(accessor, kInput);
+    if (const kxJsonValue* output = findMember(json, "output"); output && readIndex(*output, accessor))
+        sampler.output = m_arrays.get(accessor, kOutput);
+    if (const std::string_view interpolation = stringMember(json, "interpolation"); !interpolation.empty())
+        sampler.interpolation = kxStringRef(interpolation);
+    sampler.userData = m_carried.read(json, kSamplerKeys);
+    return !m_faults.isRefused();
+}
+
+// What is wrong with a channel; null when nothing is.
+const char* kxGltfAnimationReader::readChannel(const kxJsonValue& json, std::vector<Sampler>& samplers,
+                                               Channel& channel)
+{
+    uint32_t number = 0;
+    const kxJsonValue* named = findMember(json, "sampler");
+    const kxJsonValue* target = findMember(json, "target");
+    if (!named || !readIndex(*named, number) || number >= samplers.size() || !target || !target->IsObject())
+        return "animation channels without sampler or target are left out";
+    channel.json = &json;
+    channel.targetJson = target;
+    Sampler& sampler = samplers[number];
+    channel.sampler = &sampler;
+    const std::string_view path = stringMember(*target, "path");
+    if (const char* fault = faultOf(sampler.input, sampler.output, sampler.isCubic(), kindOf(path)))
+        return fault;
+    channel.property = kxStringRef(path);
+    if (const kxJsonValue* node = findMember(*target, "node"))
+    {
+        channel.target = readIndex(*node, number) ? m_objects.find(kxGltfKind::NODE, number) : nullptr;
+        if (!channel.target)
+            return "animation channels of nodes that do not exist are left out";
+        channel.kind = kindOf(path);
+    }
+    if (const kxJsonValue* pointer = pointerOf(*target))
+    {
+        kxGltfKind kind;
+        std::string_view rest = textOf(*pointer);
+        channel.hasPointer = true;
+        channel.kind = kxGltfKeyKind::VALUES;
+        channel.target = splitPointer(textOf(*pointer), kind, number, rest) ? m_objects.find(kind, number) : nullptr;
+        if (!channel.target)
+            rest = textOf(*pointer);
+        else if (kind == kxGltfKind::NODE && rest.size() > 1)
+            channel.kind = kindOf(rest.substr(1));
+        channel.property = kxStringRef(rest);
+    }
+    // Keys that no list of transforms can hold are numbers like any others.
+    if (faultOf(sampler.input, sampler.output, sampler.isCubic(), channel.kind) ||
+        !isListable(*sampler.output, channel.kind))
+        channel.kind = kxGltfKeyKind::VALUES;
+    return nullptr;
+}
+
+kxSmartPointer<kxTransformSequence> kxGltfAnimationReader::makeSequence(const Sampler& sampler, kxGltfKeyKind kind)
+{
+    kxSmartPointer<kxTransformSequence> sequence;
+    auto form = kxNew<kxGltfKeyForm>();
+    form->_interpolation = sampler.interpolation;
+    form->_timeForm = m_keys.getForm(sampler.input, true);
+    if (kind == kxGltfKeyKind::VALUES)
+    {
+        auto values = kxNew<kxValueSequence>();
+        values->_values = const_cast<kxVertexArray*>(sampler.output);
+        sequence = values;
+    }
+    else
+    {
+        auto transforms = kxNew<kxTransformSequence1_5>();
+        form->_valueForm = m_keys.getForm(sampler.output, false);
+        switch (kind)
         {
-            json.beginObject();
-            json.member("sampler", uint64_t(sampler->second));
-            json.key("target");
-            json.beginObject();
-            kxGltfCarriedWriter::Own own;
-            if (channel->_hasPointer)
-            {
-                std::string pointer = channel->_pointer.str();
-                if (target != UINT32_MAX)
-                    pointer = std::string(pointerPrefix(kind)) + std::to_string(target) + pointer;
-                kxJsonText text;
-                text.beginObject();
-                text.member("pointer", pointer);
-                text.endObject();
-                own.extensions.emplace_back("KHR_animation_pointer", text.str());
-            }
-            else if (target != UINT32_MAX)
-                json.member("node", uint64_t(target));
-            json.member("path", channel->_path.view());
-            carried.write(json, channel->_targetUserData, own);
-            json.endObject();
-            carried.write(json, channel->_userData);
-            json.endObject();
+        case kxGltfKeyKind::TRANSLATION:
+            transforms->_keyFlags = kxTransformSequence::HAS_TRANSLATIONS;
+            transforms->_translations = m_keys.getVectors(sampler.output);
+            break;
+        case kxGltfKeyKind::ROTATION:
+            transforms->_keyFlags = kxTransformSequence::HAS_QUATERNIONS;
+            transforms->_quaternions = m_keys.getQuaternions(sampler.output);
+            break;
+        default: transforms->_scales = m_keys.getVectors(sampler.output);
         }
+        sequence = transforms;
     }
-    json.endArray();
-    carried.write(json, animation._userData);
-    json.endObject();
+    if (sampler.isCubic())
+        sequence->_keyFlags |= kxTransformSequence::CUBIC_SPLINE;
+    else if (sampler.interpolation.view() == "STEP")
+        sequence->_keyFlags |= kxTransformSequence::STEP;
+    sequence->_times = m_keys.getTimes(sampler.input);
+    sequence->_fileForm = form;
+    sequence->_userData = sampler.userData;
+    return sequence;
+}
+
+// Plain nodes that clips move are bones too, of a skeleton of the clip, so that its tracks are those of bones.
+void kxGltfAnimationReader::addSkeleton(const kxAnimation& animation)
+{
+    std::vector<const kxNode*> bones;
+    kxTSerialMap<bool> isListed;
+    for (const kxAnimationTrack* track : *animation.getTrackList())
+    {
+        const auto* node = static_cast<const kxNode*>(track->_target.get());
+        if (!m_isJoint.get(node) && !std::exchange(isListed[node], true))
+            bones.push_back(node);
+    }
+    if (bones.empty())
+        return;
+    const kxSkeleton*& known = m_skeletons[bones];
+    if (known)
+        return; // clips that move the same nodes have one skeleton
+    auto skeleton = kxNew<kxSkeleton>();
+    skeleton->_name = animation._name;
+    for (const kxNode* bone : bones)
+        skeleton->_bones->append(const_cast<kxNode*>(bone));
+    m_database._skeletonList->append(skeleton);
+    known = skeleton;
 }
 
 } // namespace Kel::Gltf

@@ -260,6 +260,10 @@ bool kxGltfReader::readSkins()
         m_skins[i] = skin;
         found[i] = skin;
         m_database->_skinList->append(skin);
+        auto skeleton = kxNew<kxSkeleton>();
+        skeleton->_name = skin->_name;
+        skeleton->_bones->append(*skin->_joints);
+        m_database->_skeletonList->append(skeleton);
     }
     return true;
 }
@@ -539,17 +543,21 @@ bool kxGltfReader::readAnimations()
     const kxJsonValue* list = listOf("animations");
     if (!list)
         return false;
+    kxGltfAnimationReader reader(*m_database, m_arrays, m_objects, m_carried, m_faults);
     for (uint32_t i = 0; i < list->Size(); ++i)
     {
-        auto animation = kxNew<kxGltfAnimation>();
+        auto animation = kxNew<kxAnimation>();
         animation->_name = nameOf((*list)[i], "animation", i);
         m_objects.lists[static_cast<size_t>(kxGltfKind::ANIMATION)].push_back(animation);
-        if (!readAnimation((*list)[i], i, *animation, m_arrays, m_objects, m_carried, m_faults))
-            return false;
-        for (kxGltfAnimationChannel* channel : *animation->_channels)
-            if (channel->_target)
-                lock(channel->_target, "animation");
         m_database->_animationList->append(animation);
+        if (!reader.read((*list)[i], i, *animation))
+            return false;
+        forEachTrack(*animation,
+                     [this](const kxAnimationTrack& track)
+                     {
+                         if (track._target)
+                             lock(track._target, "animation");
+                     });
     }
     return true;
 }

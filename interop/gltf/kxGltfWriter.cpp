@@ -209,24 +209,39 @@ void kxGltfWriter::addSkin(const kxSkin* skin)
             m_referred.push_back(root);
 }
 
+// Of bones of one name the first counts, as it does for those who look up a name in the skeletons one after the other.
+const kxObject* kxGltfWriter::findBone(kxStringRef name)
+{
+    if (m_bones.empty())
+        for (const kxAnimationDatabase* database : m_databases)
+            for (const kxSkeleton* skeleton : *database->_skeletonList)
+                if (skeleton)
+                    for (const kxNode* bone : *skeleton->_bones)
+                        if (bone)
+                            m_bones.try_emplace(bone->getName().view(), bone);
+    const auto found = m_bones.find(name.view());
+    return found == m_bones.end() ? nullptr : found->second;
+}
+
 void kxGltfWriter::addAnimation(const kxAnimation* animation)
 {
-    const auto* gltf = kxCast<kxGltfAnimation>(animation);
-    if (!gltf || !hasValidChannels(*gltf))
-        return m_faults.warn("animation without channels is not written", animation->_name.str());
     if (m_animations.has(animation))
         return;
+    std::vector<kxGltfChannel> channels = listChannels(
+        *animation, [this](kxStringRef name) { return findBone(name); }, m_faults);
+    if (channels.empty())
+        return m_faults.warn("animation without channels is not written", animation->_name.str());
     m_animations.add(animation);
     addReferences(animation->_userData);
-    for (const kxGltfAnimationSampler* sampler : *gltf->_samplers)
-        addReferences(sampler->_userData);
-    for (const kxGltfAnimationChannel* channel : *gltf->_channels)
+    for (const kxGltfChannel& channel : channels)
     {
-        addReferences(channel->_userData);
-        addReferences(channel->_targetUserData);
-        if (channel->_target)
-            m_referred.push_back(channel->_target);
+        addReferences(channel.source->_userData);
+        addReferences(channel.track->_userData);
+        addReferences(channel.track->_targetUserData);
+        if (channel.target)
+            m_referred.push_back(channel.target);
     }
+    m_channels.emplace(animation, std::move(channels));
 }
 
 bool kxGltfWriter::addReferred(const kxObject* object)

@@ -60,6 +60,7 @@ private:
     void addTexture(const kxTextureAttr* texture);
     void addSkin(const kxSkin* skin);
     void addAnimation(const kxAnimation* animation);
+    const kxObject* findBone(kxStringRef name);
     void number();
     bool indexOf(const kxObject* object, kxGltfKind& kind, uint32_t& index) const;
     std::vector<uint32_t> indicesOf(const kxObject* object, kxGltfKind& kind) const;
@@ -112,6 +113,9 @@ private:
     Numbered<kxLightAttr> m_lights;
     Numbered<kxSkin> m_skins;
     Numbered<kxAnimation> m_animations;
+    std::unordered_map<const kxAnimation*, std::vector<kxGltfChannel>> m_channels; // of those that are written
+    std::unordered_map<std::string_view, const kxNode*> m_bones; // by name, once a track has to be given its own
+    kxGltfKeyWriter m_keys;
     Numbered<kxTextureAttr> m_textures;
     Numbered<kxImage> m_imageList;
     std::vector<const kxTextureAttr*> m_samplers; // one texture for each different sampler

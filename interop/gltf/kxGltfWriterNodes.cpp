@@ -360,9 +360,10 @@ void kxGltfWriter::writeAnimations()
     m_json.beginArray();
     for (const kxAnimation* animation : m_animations.objects)
         writeAnimation(
-            m_json, *static_cast<const kxGltfAnimation*>(animation), m_carried,
+            m_json, *animation, m_channels[animation], m_keys, m_carried,
             [this](const kxObject* object, kxGltfKind& kind) { return indicesOf(object, kind); },
-            [this](kxVertexArray* array, bool bounds) { return m_data.addArray(array, kxGltfData::KEYS, bounds); });
+            [this](const kxVertexArray* array, bool bounds)
+            { return m_data.addArray(array, kxGltfData::KEYS, bounds); });
     m_json.endArray();
 }
 

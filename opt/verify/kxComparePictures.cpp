@@ -1,6 +1,7 @@
 #include "opt/verify/kxComparePictures.h"
 
 #include "opt/framework/kxOptInterface.h"
+#include "opt/verify/kxMotionComparison.h"
 #include "platform/core/kxReport.h"
 
 namespace Kel::Opt
@@ -9,7 +10,8 @@ namespace Kel::Opt
 namespace
 {
 
-bool collectFile(const char* path, kxFileOptions* fileOptions, kxDrawList& picture)
+bool collectFile(const char* path, kxFileOptions* fileOptions, kxDrawList& picture, kxMotionList& motion,
+                 const kxMotionList* like)
 {
     const auto service = kxNew<kxOptInterface>();
     service->setFileOptions(fileOptions);
@@ -17,6 +19,7 @@ bool collectFile(const char* path, kxFileOptions* fileOptions, kxDrawList& pictu
     if (!service->loadFile(path, scene))
         return false;
     picture.collect(service->getInfos());
+    motion.collect(service->getInfos(), like);
     if (!picture.isComplete())
         kxReport::error("%s: more than %zu paths: the picture cannot be compared", path, kxDrawList::kMaxPaths);
     return picture.isComplete();
@@ -29,11 +32,17 @@ kxPictureResult comparePictures(const char* pathA, const char* pathB, const kxPi
 {
     kxPictureResult result;
     kxDrawList a, b;
-    if (!collectFile(pathA, fileOptions, a) || !collectFile(pathB, fileOptions, b))
+    kxMotionList motionA, motionB;
+    if (!collectFile(pathA, fileOptions, a, motionA, nullptr) || !collectFile(pathB, fileOptions, b, motionB, &motionA))
         return result;
     kxPictureComparison comparison(options);
     result.answer = comparison.compare(a, b) ? kxPictureAnswer::SAME : kxPictureAnswer::DIFFERENT;
     result.lines = comparison.describe(a, b, maxLines);
+    for (std::string& line : compareMotion(motionA, motionB, options.motionTolerance, maxLines))
+    {
+        result.answer = kxPictureAnswer::DIFFERENT;
+        result.lines.push_back(std::move(line));
+    }
     result.drawCountA = a.getDraws().size();
     result.drawCountB = b.getDraws().size();
     result.onlyInA = comparison.getOnlyInA().size();

@@ -25,7 +25,7 @@ struct kxPictureResult
     size_t onlyInB = 0;
 };
 
-/// Compares what all scenes of two files show, cameras and lights included. Each file is let go of when its list has
+/// Compares what all scenes of two files show, cameras and lights included, and what their clips show over time. Each file is let go of when its list has
 /// been made, so that one at a time is in memory.
 /// `fileOptions` are for loading; null for the defaults.
 kxPictureResult comparePictures(const char* pathA, const char* pathB, const kxPictureComparison::Options& options,

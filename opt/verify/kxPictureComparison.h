@@ -20,6 +20,8 @@ public:
     {
         double tolerance = 1e-5;
         bool ignoreImages = false; ///< textures count without their images
+        /// How far clips may move things apart, as a part of the extent of what moves (`compareMotion`).
+        double motionTolerance = 1e-3;
     };
 
     kxPictureComparison() = default;

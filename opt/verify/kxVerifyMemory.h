@@ -2,6 +2,7 @@
 #pragma once
 
 #include "opt/verify/kxDrawList.h"
+#include "opt/verify/kxMotionList.h"
 
 #include <map>
 #include <memory>
@@ -17,6 +18,7 @@ class kxVerifyMemory : public kxObject
     /// By scene; null stands for a graph that was given without one. Only looked up: the order means nothing. The
     /// scenes are those of the loaded file, which outlives the run.
     std::map<const kxSceneInfo*, std::shared_ptr<const kxDrawList>> m_pictures;
+    std::map<const kxSceneInfo*, std::shared_ptr<const kxMotionList>> m_motions;
 };
 
 } // namespace Kel::Opt

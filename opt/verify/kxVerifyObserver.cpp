@@ -1,6 +1,7 @@
 #include "opt/verify/kxVerifyObserver.h"
 
 #include "opt/framework/kxOptManager.h"
+#include "opt/verify/kxMotionComparison.h"
 #include "platform/core/kxReport.h"
 
 namespace Kel::Opt
@@ -12,6 +13,8 @@ void kxVerifyObserver::beforeRun(const kxRun& run)
     m_changes.clear();
     m_lastStepChanged = false;
     m_picture = collect();
+    m_motion.reset();
+    m_motion = collectMotion();
 }
 
 void kxVerifyObserver::afterStep(const kxRunStep& step, kxStepOutcome, double)
@@ -28,6 +31,7 @@ void kxVerifyObserver::afterRun(const kxRun&, bool)
     if (m_mode == AT_END)
         compare(0, kxStringRef());
     m_picture.reset();
+    m_motion.reset();
     m_run = nullptr;
 }
 
@@ -41,6 +45,18 @@ std::unique_ptr<kxDrawList> kxVerifyObserver::collect() const
     return picture;
 }
 
+// At the times of the picture that it is compared with.
+std::unique_ptr<kxMotionList> kxVerifyObserver::collectMotion() const
+{
+    auto motion = std::make_unique<kxMotionList>();
+    const kxInfoList* infos = m_run->manager._optInterface ? m_run->manager._optInterface->getInfos() : nullptr;
+    if (const auto* scene = kxCast<kxSceneInfo>(m_run->info))
+        motion->collect(scene, infos, m_motion.get());
+    else if (!m_run->info)
+        motion->collect(infos, m_motion.get());
+    return motion;
+}
+
 void kxVerifyObserver::compare(int step, kxStringRef name)
 {
     std::unique_ptr<kxDrawList> picture = collect();
@@ -51,11 +67,18 @@ void kxVerifyObserver::compare(int step, kxStringRef name)
         return;
     }
     kxPictureComparison comparison(m_options);
-    if (comparison.compare(*m_picture, *picture))
+    std::unique_ptr<kxMotionList> motion = collectMotion();
+    std::vector<std::string> lines;
+    if (!comparison.compare(*m_picture, *picture))
+        lines = comparison.describe(*m_picture, *picture, m_maxLines);
+    for (std::string& line : compareMotion(*m_motion, *motion, m_options.motionTolerance, m_maxLines))
+        lines.push_back(std::move(line));
+    if (lines.empty())
         return;
-    m_changes.push_back({step, name, comparison.describe(*m_picture, *picture, m_maxLines)});
+    m_changes.push_back({step, name, std::move(lines)});
     m_lastStepChanged = step != 0;
     m_picture = std::move(picture);
+    m_motion = std::move(motion);
 }
 
 } // namespace Kel::Opt

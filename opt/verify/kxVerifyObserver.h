@@ -2,6 +2,7 @@
 #pragma once
 
 #include "opt/framework/kxRunObserver.h"
+#include "opt/verify/kxMotionList.h"
 #include "opt/verify/kxPictureComparison.h"
 
 #include <memory>
@@ -12,7 +13,8 @@ namespace Kel::Opt
 /// Remembers the picture when a run begins, and compares when it ends, or after every step. A run may go on after a
 /// step that changed the picture: the next steps are compared with what it left.
 ///
-/// Cost: one walk over all paths for each comparison.
+/// The picture is also that of the clips, at times at their keys and between them. Cost: one walk over all paths for each
+/// comparison, and about what loading the clips costs.
 class kxVerifyObserver : public kxRunObserver
 {
 public:
@@ -47,6 +49,7 @@ public:
 
 private:
     std::unique_ptr<kxDrawList> collect() const;
+    std::unique_ptr<kxMotionList> collectMotion() const;
     void compare(int step, kxStringRef name);
 
     Mode m_mode;
@@ -54,6 +57,7 @@ private:
     size_t m_maxLines;
     const kxRun* m_run = nullptr; // while it lasts
     std::unique_ptr<kxDrawList> m_picture;
+    std::unique_ptr<kxMotionList> m_motion;
     std::vector<Change> m_changes;
     bool m_lastStepChanged = false;
 };

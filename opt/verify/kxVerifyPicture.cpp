@@ -1,6 +1,7 @@
 #include "opt/verify/kxVerifyPicture.h"
 
 #include "opt/framework/kxOptInterface.h"
+#include "opt/verify/kxMotionComparison.h"
 #include "opt/verify/kxVerifyMemory.h"
 
 namespace Kel::Opt
@@ -16,6 +17,8 @@ void kxVerifyPicture::listFields(kxFields<kxVerifyPicture>& fields)
     fields.add(&kxVerifyPicture::_ignoreImages, "_ignoreImages", "compare textures without their images");
     fields.add(&kxVerifyPicture::_maxLines, "_maxLines", "differences to print");
     fields.add(&kxVerifyPicture::_remember, "_remember", "remember the picture as it is now, in place of comparing it");
+    fields.add(&kxVerifyPicture::_motionTolerance, "_motionTolerance",
+               "distance of what clips move that does not count, as a part of the extent of what moves");
 }
 
 bool kxVerifyPicture::configure(int)
@@ -71,16 +74,23 @@ bool kxVerifyPicture::verify(const kxSceneInfo* scene, kxNode* root)
             _optInterface->setRunData(key, memory);
     }
     std::shared_ptr<const kxDrawList>& remembered = memory->m_pictures[scene];
+    std::shared_ptr<const kxMotionList>& rememberedMotion = memory->m_motions[scene];
+    const auto motion = std::make_shared<kxMotionList>();
+    if (scene && _optInterface)
+        motion->collect(scene, _optInterface->getInfos(), _remember ? nullptr : rememberedMotion.get());
     if (!remembered || _remember)
     {
         remembered = picture;
+        rememberedMotion = motion;
         printf("\t\tpicture of \"%s\" remembered (%lld draws)\n", name, static_cast<long long>(drawCount));
         count("draws remembered", drawCount);
         return true;
     }
     count("draws compared", drawCount);
-    kxPictureComparison comparison({_tolerance, _ignoreImages});
-    if (comparison.compare(*remembered, *picture))
+    kxPictureComparison comparison({_tolerance, _ignoreImages, _motionTolerance});
+    const bool isSame = comparison.compare(*remembered, *picture);
+    const std::vector<std::string> moved = compareMotion(*rememberedMotion, *motion, _motionTolerance, _maxLines);
+    if (isSame && moved.empty())
     {
         printf("\t\tpicture of \"%s\" unchanged (%lld draws)\n", name, static_cast<long long>(drawCount));
         return true;
@@ -89,6 +99,8 @@ bool kxVerifyPicture::verify(const kxSceneInfo* scene, kxNode* root)
     count("draws new or changed", static_cast<int64_t>(comparison.getOnlyInB().size()));
     printf("\t\tpicture of \"%s\" changed:\n", name);
     for (const std::string& line : comparison.describe(*remembered, *picture, _maxLines))
+        printf("\t\t%s\n", line.c_str());
+    for (const std::string& line : moved)
         printf("\t\t%s\n", line.c_str());
     return false;
 }

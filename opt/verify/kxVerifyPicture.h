@@ -11,7 +11,9 @@ namespace Kel::Opt
 /// picture is another one, print the differences and fail. What is remembered stays as it was: each use compares with
 /// the first.
 ///
-/// Cost: one walk over all paths; about 100 bytes for each draw until the run ends.
+/// The picture of a scene is also what the clips of the file do to it, at times at their keys and between them.
+///
+/// Cost: one walk over all paths, and about what loading the clips costs; about 100 bytes for each draw until the run ends.
 class kxVerifyPicture : public kxOptBase
 {
     KX_OBJECT(kxVerifyPicture, kxOptBase)
@@ -21,6 +23,7 @@ class kxVerifyPicture : public kxOptBase
     bool _ignoreImages = false;
     uint32_t _maxLines = 20;
     bool _remember = false;
+    float _motionTolerance = 1e-3f;
 
     bool configure(int section) override;
     bool applyInfo(kxInfo* info) override;

@@ -15,6 +15,9 @@ class kxSkeleton : public kxObject
 
     kxStringRef _name;
     kxSmartPointer<kxNodeList> _bones = kxNew<kxNonRefCountedNodeList>();
+
+    /// Index of the first bone of that name, -1 when there is none. Cost: a look at every bone.
+    int findBone(kxStringRef name) const;
 };
 
 KX_OBJECT_LIST(kxSkeletonList, kxSkeleton)

@@ -36,8 +36,10 @@
 #include "platform/sg/kxInterpretedShader.h"
 #include "platform/sg/kxCompiledGraph.h"
 #include "platform/sg/kxJoint.h"
+#include "platform/sg/kxKeyForm.h"
 #include "platform/sg/kxTransformSequence.h"
 #include "platform/sg/kxTransformSequence1_5.h"
+#include "platform/sg/kxValueSequence.h"
 #include "platform/sg/kxAnimationTrack.h"
 #include "platform/sg/kxAnimation.h"
 #include "platform/sg/kxSkeleton.h"
@@ -108,9 +110,11 @@ void libKXSg_arkRegister()
     kxRegisterClass<kxInterpretedShader>("kxInterpretedShader", "shader made from data when it is loaded");
     kxRegisterClass<kxCompiledGraph>("kxCompiledGraph", "group whose drawing is recorded once");
     kxRegisterClass<kxJoint>("kxJoint", "transform that skins refer to");
+    kxRegisterClass<kxKeyForm>("kxKeyForm", "how a file holds keys");
     kxRegisterClass<kxTransformSequence>("kxTransformSequence", "keys of a moving transform");
     kxRegisterClass<kxTransformSequenceList>("kxTransformSequenceList", "list of kxTransformSequence objects");
     kxRegisterClass<kxTransformSequence1_5>("kxTransformSequence1_5", "keys of translation, rotation and scale");
+    kxRegisterClass<kxValueSequence>("kxValueSequence", "keys of numbers");
     kxRegisterClass<kxAnimationTrack>("kxAnimationTrack", "what moves one bone");
     kxRegisterClass<kxAnimationTrackList>("kxAnimationTrackList", "list of kxAnimationTrack objects");
     kxRegisterClass<kxAnimation>("kxAnimation", "a clip: tracks that play together");

@@ -92,6 +92,11 @@ void addCompareCommand(CLI::App& program, kxAction& action)
                      "difference of matrices that does not count, as a part of their largest number")
         ->check(CLI::NonNegativeNumber)
         ->capture_default_str();
+    command
+        ->add_option("--motion-tolerance", settings->options.motionTolerance,
+                     "how far clips may move things apart, as a part of the extent of what moves")
+        ->check(CLI::NonNegativeNumber)
+        ->capture_default_str();
     command->add_flag("--allow-outside", settings->allowOutside,
                       "follow references to files outside the scenes' folders");
     command->footer("Exit status: 0 the same picture, 1 different ones, 2 unusable arguments or input.");

@@ -8,6 +8,7 @@
 #include "platform/attrs/kxMaterialAttr.h"
 #include "platform/sg/kxAnimationDatabase.h"
 #include "platform/sg/kxAttrSet.h"
+#include "platform/sg/kxSceneInfo.h"
 
 namespace Kel::Opt
 {
@@ -139,6 +140,36 @@ TEST(kxShareAttrs, RefusesWhatIsNotThere)
     share->setAttrMeta(kxMaterialAttr::staticMetaObject());
     EXPECT_FALSE(share->apply(none));
     EXPECT_TRUE(share->applyInfo(kxNew<kxAnimationDatabase>()));
+}
+
+TEST(kxShareAttrs, SharesBetweenScenesAndTheGraphsOfSkins)
+{
+    TestRun run;
+    auto share = run.create<kxShareAttrs>();
+    share->setAttrMeta(kxMaterialAttr::staticMetaObject());
+    const NamedScene scene("Group(AttrSet \"shown\"{Material red})");
+    const auto info = kxNew<kxSceneInfo>();
+    info->setSceneGraph(scene.m_root);
+    const auto database = kxNew<kxAnimationDatabase>();
+    std::vector<NamedScene> graphs;
+    for (const char* text : {"AttrSet \"a\"{Material red}", "Group(Segment, AttrSet \"b\"{Material red})",
+                             "Group(AttrSet \"c\"{Material red}, AttrSet \"d\"{Material blue})"})
+    {
+        graphs.emplace_back(text);
+        auto skin = kxNew<kxSkin>();
+        skin->setSkinnedGraph(graphs.back().m_root);
+        database->getSkinList()->append(skin);
+    }
+    database->getSkinList()->append(kxNew<kxSkin>()); // draws nothing alone
+    run.getService()->_file->addInfo(info);
+    run.getService()->_file->addInfo(database);
+    EXPECT_TRUE(share->canOptimize(database.get()));
+    EXPECT_TRUE(share->applyToInfos());
+    const auto materialOf = [](kxNode* node) { return kxCast<kxAttrSet>(node)->getAttrs()->get(0); };
+    EXPECT_EQ(materialOf(graphs[0]["a"]), materialOf(scene["shown"]));
+    EXPECT_NE(materialOf(graphs[1]["b"]), materialOf(scene["shown"])) << "graphs with segments are left alone";
+    EXPECT_EQ(materialOf(graphs[2]["c"]), materialOf(scene["shown"]));
+    EXPECT_EQ(database->getSkinList()->get(3)->getSkinnedGraph(), nullptr);
 }
 
 } // namespace Kel::Opt
