@@ -20,7 +20,7 @@ namespace
 class TestFolder
 {
 public:
-    TestFolder() : m_path(testing::TempDir() + "kxOptInterfaceTest")
+    TestFolder() : m_path(testing::TempDir() + testing::UnitTest::GetInstance()->current_test_info()->name())
     {
         std::filesystem::remove_all(m_path);
         std::filesystem::create_directories(m_path);
