@@ -58,11 +58,17 @@ kxStringRef kxNodeTraversal::getInterfaceName()
 kxSmartPointer<kxParameterSet> kxNodeTraversal::getChildList(kxParameterSet*)
 {
     kxParameterSetWrapper result;
-    const auto* group = kxCast<kxGroup>(_container);
-    if (group && _childList && group->getChildCount() > 0)
-        _childList->append(*group->getChildList());
+    if (_childList)
+        listChildren(_container, *_childList);
     result.success();
     return result;
+}
+
+void kxNodeTraversal::listChildren(const kxNode* node, kxNodeList& children)
+{
+    const auto* group = kxCast<kxGroup>(node);
+    if (group && group->getChildCount() > 0)
+        children.append(*group->getChildList());
 }
 
 kxSmartPointer<kxParameterSet> kxNodeTraversal::getParentList(kxParameterSet*)
@@ -70,10 +76,15 @@ kxSmartPointer<kxParameterSet> kxNodeTraversal::getParentList(kxParameterSet*)
     kxParameterSetWrapper result;
     if (!_container || !_parentList)
         return result;
-    for (uint32_t i = 0, count = _container->getParentCount(); i < count; ++i)
-        _parentList->append(_container->getParent(i));
+    listParents(_container, *_parentList);
     result.success();
     return result;
+}
+
+void kxNodeTraversal::listParents(const kxNode* node, kxNodeList& parents)
+{
+    for (uint32_t i = 0, count = node->getParentCount(); i < count; ++i)
+        parents.append(node->getParent(i));
 }
 
 void kxNodeTraversal::userSetupOutput(kxParameterSet* result)
@@ -106,20 +117,23 @@ kxSmartPointer<kxParameterSet> kxAttrTraversal::getChildList(kxParameterSet*)
 {
     kxParameterSetWrapper result;
     if (_container && _childList)
-    {
-        // One after the other: a class may be several of these.
-        if (const auto* set = kxCast<kxAttrSet>(_container))
-            if (set->getAttrs())
-                _childList->append(*set->getAttrs());
-        if (const auto* lights = kxCast<kxLightSet>(_container))
-            if (lights->getLightAttrs())
-                _childList->append(*lights->getLightAttrs());
-        if (const auto* states = kxCast<kxLightStateSet>(_container))
-            if (states->getLightStateAttrs())
-                _childList->append(*states->getLightStateAttrs());
-    }
+        listAttrs(_container, *_childList);
     result.success();
     return result;
+}
+
+void kxAttrTraversal::listAttrs(const kxObject* object, kxAttrList& attrs)
+{
+    // One after the other: a class may be several of these.
+    if (const auto* set = kxCast<kxAttrSet>(object))
+        if (set->getAttrs())
+            attrs.append(*set->getAttrs());
+    if (const auto* lights = kxCast<kxLightSet>(object))
+        if (lights->getLightAttrs())
+            attrs.append(*lights->getLightAttrs());
+    if (const auto* states = kxCast<kxLightStateSet>(object))
+        if (states->getLightStateAttrs())
+            attrs.append(*states->getLightStateAttrs());
 }
 
 void kxAttrTraversal::userSetupOutput(kxParameterSet* result)

@@ -53,6 +53,10 @@ class kxNodeTraversal : public kxChildContainer
     /// A node that is no group has no children, which is a success.
     kxSmartPointer<kxParameterSet> getChildList(kxParameterSet* input) override;
     kxSmartPointer<kxParameterSet> getParentList(kxParameterSet* input) override;
+
+    /// The same without a call.
+    static void listChildren(const kxNode* node, kxNodeList& children);
+    static void listParents(const kxNode* node, kxNodeList& parents);
 };
 
 /// Attributes of a node: those it sets, its lights and its light states.
@@ -69,6 +73,9 @@ class kxAttrTraversal : public kxAttrContainer
     kxStringRef getInterfaceName() override;
 
     kxSmartPointer<kxParameterSet> getChildList(kxParameterSet* input) override;
+
+    /// The same as `getChildList` without a call.
+    static void listAttrs(const kxObject* object, kxAttrList& attrs);
 };
 
 /// What the fields of any object refer to. Objects have no links to where they are referred from, so the parents are

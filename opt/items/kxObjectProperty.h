@@ -27,6 +27,9 @@ class kxObjectProperty : public kxItemBase
     kxSmartPointer<kxInterfaceDeclarationList> getFunctions() override;
 
     virtual kxSmartPointer<kxParameterSet> getProperty(kxParameterSet* input) = 0;
+
+    /// True when the flags of a new item are the answer for every object: nobody needs to call it for each.
+    virtual bool answersForType() const { return false; }
 };
 
 /// Of nodes of which nothing is known: nothing may be done.
@@ -36,6 +39,7 @@ class kxObjectPropertyForNode : public kxObjectProperty
 
     kxMetaObject* getInterfacedType() override;
     kxSmartPointer<kxParameterSet> getProperty(kxParameterSet* input) override;
+    bool answersForType() const override { return isOfExactType(s_metaObject); }
 
 protected:
     enum Edit : uint32_t
@@ -56,6 +60,7 @@ protected:
         KX_OBJECT(Class, kxObjectPropertyForNode)                                                                      \
         Class();                                                                                                       \
         kxMetaObject* getInterfacedType() override;                                                                    \
+        bool answersForType() const override { return isOfExactType(s_metaObject); }                                   \
     };
 
 KX_OBJECT_PROPERTY(kxObjectPropertyForActor)

@@ -50,13 +50,19 @@ kxSmartPointer<kxInterfaceDeclarationList> kxReplaceChild::getFunctions()
 
 void kxReplaceChild::createMessage()
 {
-    if (!_messageInterface)
+    queueEvent(_messageInterface, _container, _oldChild, _newChild);
+}
+
+void kxReplaceChild::queueEvent(kxMessageInterface* messages, kxObject* container, kxObject* oldChild,
+                                kxObject* newChild)
+{
+    if (!messages)
         return;
     const auto event = kxNew<kxReplacedChildEvent>();
-    event->_object = _container;
-    event->_newChild = _newChild;
-    event->_oldChild = _oldChild;
-    _messageInterface->getMessageList()->append(event);
+    event->_object = container;
+    event->_newChild = newChild;
+    event->_oldChild = oldChild;
+    messages->getMessageList()->append(event);
 }
 
 kxMetaObject* kxReplaceChildForNode::getInterfacedType()
@@ -75,19 +81,26 @@ kxSmartPointer<kxParameterSet> kxReplaceChildForNode::replaceChild(kxParameterSe
     auto* group = kxCast<kxGroup>(_container);
     auto* oldChild = kxCast<kxNode>(_oldChild);
     auto* newChild = kxCast<kxNode>(_newChild);
-    const int index = group && oldChild && newChild ? group->getChild(oldChild) : -1;
-    if (index < 0)
+    if (!group || !oldChild || !newChild || !replace(group, oldChild, newChild))
     {
         result.formatErrorMessage("The child %s was not a child of the group %s\n",
                                   oldChild ? oldChild->getName().c_str() : "", group ? group->getName().c_str() : "");
         return result;
     }
-    // Out and in again, also for a child that replaces itself: listeners hear of it.
-    group->removeChild(static_cast<uint32_t>(index));
-    group->insertChild(static_cast<uint32_t>(index), newChild);
-    createMessage();
+    createMessage(); // also for a child that replaces itself
     result.success();
     return result;
+}
+
+bool kxReplaceChildForNode::replace(kxGroup* group, const kxNode* oldChild, kxNode* newChild)
+{
+    const int index = group->getChild(oldChild);
+    if (index < 0)
+        return false;
+    const kxSmartPointer<kxNode> kept = newChild; // which may be the one that goes out
+    group->removeChild(static_cast<uint32_t>(index));
+    group->insertChild(static_cast<uint32_t>(index), newChild);
+    return true;
 }
 
 // --- attributes ---
@@ -132,18 +145,25 @@ kxSmartPointer<kxParameterSet> kxReplaceAttrForNode::replaceAttr(kxParameterSet*
     kxParameterSetWrapper result;
     const auto* set = kxCast<kxAttrSet>(_container);
     kxAttrList* attrs = set ? set->getAttrs() : nullptr;
-    const int index = attrs && _oldAttr && _newAttr ? attrs->find(_oldAttr) : -1;
-    if (index < 0)
+    if (!_newAttr || !replace(attrs, _oldAttr, _newAttr))
     {
         result.formatErrorMessage("The Attribute %s was not found in the attribute set %s (%s)\n",
                                   _oldAttr ? _oldAttr->getTypeName() : "", set ? set->getName().c_str() : "",
                                   _container ? _container->getTypeName() : "");
         return result;
     }
-    attrs->set(static_cast<uint32_t>(index), _newAttr);
     createMessage();
     result.success();
     return result;
+}
+
+bool kxReplaceAttrForNode::replace(kxAttrList* attrs, const kxAttr* oldAttr, kxAttr* newAttr)
+{
+    const int index = attrs && oldAttr ? attrs->find(oldAttr) : -1;
+    if (index < 0)
+        return false;
+    attrs->set(static_cast<uint32_t>(index), newAttr);
+    return true;
 }
 
 // --- any object ---

@@ -28,6 +28,9 @@ class kxReplaceChild : public kxItemBase
     /// Queues the event.
     virtual void createMessage();
     virtual kxSmartPointer<kxParameterSet> replaceChild(kxParameterSet* input) = 0;
+
+    /// Queues the event of a replacement; nothing without a message interface.
+    static void queueEvent(kxMessageInterface* messages, kxObject* container, kxObject* oldChild, kxObject* newChild);
 };
 
 /// Replaces the first occurrence of a child of a group; the others keep their places.
@@ -38,6 +41,9 @@ class kxReplaceChildForNode : public kxReplaceChild
     kxMetaObject* getInterfacedType() override;
     kxSmartPointer<kxParameterSetConstraintList> getConstraints() override;
     kxSmartPointer<kxParameterSet> replaceChild(kxParameterSet* input) override;
+
+    /// The edit itself, without the event; false when `oldChild` is no child of the group.
+    static bool replace(kxGroup* group, const kxNode* oldChild, kxNode* newChild);
 };
 
 /// Puts an attribute in the place of another.
@@ -69,6 +75,9 @@ class kxReplaceAttrForNode : public kxReplaceAttr
     kxMetaObject* getInterfacedType() override;
     kxSmartPointer<kxParameterSetConstraintList> getConstraints() override;
     kxSmartPointer<kxParameterSet> replaceAttr(kxParameterSet* input) override;
+
+    /// The edit itself; false when `oldAttr` is not in the list.
+    static bool replace(kxAttrList* attrs, const kxAttr* oldAttr, kxAttr* newAttr);
 };
 
 /// Puts an object in the place of another wherever that is a child, moves the children of the old object to the new

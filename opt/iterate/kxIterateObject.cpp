@@ -5,6 +5,7 @@
 #include "opt/items/kxChildContainer.h"
 #include "opt/items/kxItemInterface.h"
 #include "opt/items/kxItemNames.h"
+#include "platform/sg/kxGroup.h"
 
 namespace Kel::Opt
 {
@@ -109,6 +110,22 @@ kxResult kxIterateObject::updateChildList()
     kxObject* current = getCurrent();
     if (!current || !_itemInterface)
         return kFailure;
+    // The library's own traversal of nodes need not be called; most of its answers are that there are no children.
+    if (_itemInterface->getRegisteredItemBase(_traversalName, current->getMetaObject()) ==
+        kxNodeTraversal::staticMetaObject())
+    {
+        m_traversal = nullptr;
+        const auto* node = static_cast<const kxNode*>(current);
+        kxSmartPointer<kxObjectList> list = m_noChildren;
+        if (const auto* group = kxCast<kxGroup>(node); group && group->getChildCount() > 0)
+        {
+            const auto children = kxNew<kxNodeList>();
+            kxNodeTraversal::listChildren(node, *children);
+            list = children;
+        }
+        _cachedChildList->set(_cachedChildList->getCount() - 1, list);
+        return kSuccess;
+    }
     m_traversal = _itemInterface->createItemBase(_traversalName, current->getMetaObject());
     if (!m_traversal)
         return kFailure;
@@ -271,7 +288,7 @@ bool kxIterateObject::spliceCurrent(kxObject* inPlace, const kxObjectList* appen
     const kxSmartPointer<kxObject> old = getCurrent();
     const int32_t index = pop();
     kxObjectList* children = _cachedChildList->getLast();
-    if (!children)
+    if (!children || children == m_noChildren)
         return updateChildList() == kSuccess;
     // Mostly where the walk found it; a replaced object, or an earlier splice, may have moved it.
     int32_t place = index;

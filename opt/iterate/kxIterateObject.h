@@ -110,7 +110,8 @@ private:
     void noticeEdits();
     void forgetSearches();
 
-    kxSmartPointer<kxParameterSet> m_input; // reused
+    kxSmartPointer<kxParameterSet> m_input;                          // reused
+    kxSmartPointer<kxObjectList> m_noChildren = kxNew<kxObjectList>(); // of all nodes that have none; never edited
     kxSmartPointer<kxItemBase> m_traversal; // last one used: tells whether the structure was edited
     uint64_t m_changeCount = 0;             // what it told at the last step
     kxTSerialMap<Searched> m_searched;

@@ -1,6 +1,7 @@
 #include "opt/scene/kxAttrComparison.h"
 
 #include "opt/items/kxCompareAttr.h"
+#include "opt/items/kxDirectItems.h"
 #include "opt/items/kxItemCall.h"
 #include "opt/tracking/kxLockInterface.h"
 
@@ -39,6 +40,8 @@ bool kxAttrComparison::isAlikeByItem(kxInterfaced& user, kxAttr* a, kxAttr* b)
         return true;
     if (a->getUnit() != b->getUnit() || !a->isOfExactType(b->getMetaObject()))
         return false;
+    if (bool alike; kxDirectItems(user).compare(a, b, alike))
+        return alike;
     const kxItemNames& names = kxItemNames::get();
     kxItemCall call(&user, names.compareAttr, a, kxItemCall::COMPARISON);
     if (!call)

@@ -1,6 +1,7 @@
 #include "opt/scene/kxCollapseHierarchy.h"
 
 #include "opt/items/kxCollapseNode.h"
+#include "opt/items/kxDirectItems.h"
 #include "opt/items/kxItemCall.h"
 #include "opt/items/kxChildContainer.h"
 #include "opt/iterate/kxIterateObject.h"
@@ -209,11 +210,15 @@ bool kxCollapseHierarchy::hasChildList(kxObject* object)
 
 kxSmartPointer<kxObjectList> kxCollapseHierarchy::getParentList(kxObject* object)
 {
+    if (kxSmartPointer<kxObjectList> parents; kxDirectItems(*this).getParentList(_traversalName, object, parents))
+        return parents;
     return getObjectList(object, kxItemNames::get().getParentList, kxItemNames::get().parentListField);
 }
 
 kxSmartPointer<kxObjectList> kxCollapseHierarchy::getChildList(kxObject* object)
 {
+    if (kxSmartPointer<kxObjectList> children; kxDirectItems(*this).getChildList(_traversalName, object, children))
+        return children;
     return getObjectList(object, kxItemNames::get().getChildList, kxItemNames::get().childListField);
 }
 
@@ -228,18 +233,23 @@ kxSmartPointer<kxObjectList> kxCollapseHierarchy::getObjectList(kxObject* object
 
 void kxCollapseHierarchy::removeChild(kxObject* container, kxObject* child)
 {
+    m_rights.object = nullptr;
+    if (kxDirectItems(*this).removeChild(container, child))
+        return;
     childContainer(kxItemNames::get().removeChild, container, child);
 }
 
 void kxCollapseHierarchy::addChild(kxObject* container, kxObject* child)
 {
+    m_rights.object = nullptr;
+    if (kxDirectItems(*this).addChild(container, child))
+        return;
     childContainer(kxItemNames::get().addChild, container, child);
 }
 
 void kxCollapseHierarchy::childContainer(kxStringRef functionName, kxObject* container, kxObject* child)
 {
     const kxItemNames& names = kxItemNames::get();
-    m_rights.object = nullptr;
     kxItemCall call(this, names.childEdit, container);
     if (call)
         call.set(names.containerField, container).set(names.childField, child).run(functionName);
@@ -249,6 +259,8 @@ void kxCollapseHierarchy::replaceChild(kxObject* container, kxObject* oldChild, 
 {
     const kxItemNames& names = kxItemNames::get();
     m_rights.object = nullptr;
+    if (kxDirectItems(*this).replaceChild(container, oldChild, newChild))
+        return;
     kxItemCall call(this, names.replaceChildItem, container);
     if (call)
         call.set(names.containerField, container)
@@ -263,6 +275,11 @@ const kxCollapseHierarchy::Rights& kxCollapseHierarchy::getRights(kxObject* obje
         return m_rights;
     const kxItemNames& names = kxItemNames::get();
     m_rights = {};
+    if (kxDirectItems::Property property; kxDirectItems(*this).getProperty(object, property))
+    {
+        m_rights = {object, property.canReplaceChild, property.canAddChild && property.canRemoveChild};
+        return m_rights;
+    }
     kxItemCall call(this, names.objectProperty, object);
     if (!call || !call.set(names.objectField, object).run(names.getProperty))
         return m_rights;

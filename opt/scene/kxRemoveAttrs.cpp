@@ -1,5 +1,6 @@
 #include "opt/scene/kxRemoveAttrs.h"
 
+#include "opt/items/kxDirectItems.h"
 #include "opt/items/kxItemCall.h"
 #include "opt/iterate/kxIterateObject.h"
 #include "opt/scene/kxAttrComparison.h"
@@ -73,6 +74,8 @@ void kxRemoveAttrs::removeAttrs(kxObject* object)
 
 bool kxRemoveAttrs::canEditAttrList(kxObject* object)
 {
+    if (kxDirectItems::Property property; kxDirectItems(*this).getProperty(object, property))
+        return property.canRemoveAttr;
     const kxItemNames& names = kxItemNames::get();
     kxItemCall call(this, names.objectProperty, object);
     return call && call.set(names.objectField, object).run(names.getProperty) && call.getFlag(names.canRemoveAttrField);
@@ -80,6 +83,8 @@ bool kxRemoveAttrs::canEditAttrList(kxObject* object)
 
 kxSmartPointer<kxAttrList> kxRemoveAttrs::getAttrList(kxObject* object)
 {
+    if (kxSmartPointer<kxAttrList> attrs; kxDirectItems(*this).getAttrList(object, attrs))
+        return attrs;
     const kxItemNames& names = kxItemNames::get();
     kxItemCall call(this, names.attrTraversal, object);
     if (!call || !call.set(names.containerField, object).run(names.getChildList))

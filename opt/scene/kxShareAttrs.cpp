@@ -1,5 +1,6 @@
 #include "opt/scene/kxShareAttrs.h"
 
+#include "opt/items/kxDirectItems.h"
 #include "opt/items/kxItemCall.h"
 #include "opt/iterate/kxIterateObject.h"
 #include "opt/scene/kxServices.h"
@@ -135,6 +136,8 @@ bool kxShareAttrs::isAttrAlike(kxAttr* a, kxAttr* b)
 
 bool kxShareAttrs::canEditAttrList(kxObject* object)
 {
+    if (kxDirectItems::Property property; kxDirectItems(*this).getProperty(object, property))
+        return property.canReplaceAttr;
     const kxItemNames& names = kxItemNames::get();
     kxItemCall call(this, names.objectProperty, object);
     return call && call.set(names.objectField, object).run(names.getProperty) &&
@@ -143,6 +146,8 @@ bool kxShareAttrs::canEditAttrList(kxObject* object)
 
 kxSmartPointer<kxAttrList> kxShareAttrs::getAttrList(kxObject* object)
 {
+    if (kxSmartPointer<kxAttrList> attrs; kxDirectItems(*this).getAttrList(object, attrs))
+        return attrs;
     const kxItemNames& names = kxItemNames::get();
     kxItemCall call(this, names.attrTraversal, object, kxItemCall::TRAVERSAL);
     if (!call || !call.set(names.containerField, object).run(names.getChildList))
@@ -152,6 +157,8 @@ kxSmartPointer<kxAttrList> kxShareAttrs::getAttrList(kxObject* object)
 
 bool kxShareAttrs::replaceAttr(kxObject* container, kxAttr* oldAttr, kxAttr* newAttr)
 {
+    if (kxDirectItems(*this).replaceAttr(container, oldAttr, newAttr))
+        return true;
     const kxItemNames& names = kxItemNames::get();
     kxItemCall call(this, names.replaceAttrItem, container);
     if (!call)
