@@ -10,6 +10,8 @@
 #include "kxVillageMeshes.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <map>
 
 namespace Kel::Examples
 {
@@ -42,6 +44,7 @@ public:
     {
         addVillageLooks(m_scene);
         addVillageMeshes(m_scene, m_seed);
+        copyMaterials();
         addLightKinds();
 
         const kxPlacement size = placed({}, {}, {m_extentScale, m_extentScale, m_extentScale});
@@ -77,6 +80,44 @@ private:
                 int32_t material = -1)
     {
         return m_scene.plan.addNode(parent, name, where, mesh, material);
+    }
+
+    /// A thing as it comes out of another program: where it stands, what the import wraps around it, and the thing itself.
+    int32_t addImported(int32_t parent, const std::string& name, const kxPlacement& where, int32_t mesh,
+                        int32_t material = -1)
+    {
+        const int32_t node = add(parent, name, where);
+        const bool isPlain = ++m_importCount % 2 == 0;
+        const int32_t import =
+            add(node, name + " import", isPlain ? unplaced() : spelledIdentity(kxTransformKind::MATRIX));
+        add(import, name + " model", isPlain ? spelledIdentity(kxTransformKind::TRS) : unplaced(), mesh, material);
+        return node;
+    }
+
+    /// Each mesh came with materials of its own, however often they were there already.
+    void copyMaterials()
+    {
+        std::vector<bool> isUsed(m_scene.materials.size());
+        for (kxSceneMesh& mesh : m_scene.meshes)
+            for (kxScenePrimitive& primitive : mesh.primitives)
+            {
+                if (primitive.material < 0)
+                    continue;
+                const auto material = static_cast<size_t>(primitive.material);
+                if (isUsed[material])
+                    primitive.material = copyOf(primitive.material);
+                isUsed[material] = true;
+            }
+    }
+
+    int32_t copyOf(int32_t material)
+    {
+        kxSceneMaterial copy = m_scene.materials[static_cast<size_t>(material)];
+        char number[16];
+        std::snprintf(number, sizeof number, ".%03d", ++m_copyCounts[material]);
+        copy.name += number;
+        m_scene.materials.push_back(copy);
+        return static_cast<int32_t>(m_scene.materials.size() - 1);
     }
 
     kxSceneAttachment& attach(int32_t node)
@@ -131,7 +172,7 @@ private:
         add(model, name + " shell", unplaced(), kKinds[kind], wall);
         const double across = kind == 1 ? 1.5 : 0.0, along = kind == 1 ? -1.0 : 1.75;
         add(model, name + " chimney", placedAt({along, kChimneyFeet[kind], across}), CHIMNEY_MESH);
-        if (m_random.below(3) != 0)
+        if (m_random.below(3) == 0)
         {
             const kxPoint sill = kind == 0 || kind == 3 ? kxPoint{2.125, 0.625, 3.0625}
                                  : kind == 1            ? kxPoint{1.25, 0.5, 3.5625}
@@ -215,9 +256,9 @@ private:
             add(group, name + " awning", unplaced(), AWNING_MESH, kAwnings[m_random.below(3)]);
             const int32_t wares = add(stall, name + " wares", unplaced());
             const uint32_t kind = m_random.below(3);
-            for (int basket = 0; basket < 3; ++basket)
-                addGoods(wares, name + " basket " + std::to_string(basket + 1), {basket * 0.875 - 0.875, 0.875, 0.6875},
-                         kGoods[basket == 1 ? (kind + 1) % 3 : kind]);
+            for (int basket = 0; basket < 2; ++basket)
+                addGoods(wares, name + " basket " + std::to_string(basket + 1),
+                         {basket * 0.875 - 0.4375, 0.875, 0.6875}, kGoods[basket == 1 ? (kind + 1) % 3 : kind]);
             add(wares, name + " crate", placed({1, 0, -0.5}, headingOf(m_random.between(-0.1, 0.1))), CRATE_MESH);
         }
 
@@ -225,7 +266,7 @@ private:
         for (int lamp = 0; lamp < 6; ++lamp)
             addLamp(lamps, lamp + 1, {(lamp % 3) * 14.0 - 14.0, 0, lamp < 3 ? -1.5 : 9.5}, lamp % 3 != 1);
         const int32_t benches = add(market, "Benches", unplaced());
-        for (int bench = 0; bench < 4; ++bench)
+        for (int bench = 0; bench < 2; ++bench)
             add(benches, numbered("Bench", bench + 1),
                 placed({bench % 2 == 0 ? -4.0 : 4.0, 0, bench < 2 ? -1.0 : 1.75},
                        headingOf(bench % 2 == 0 ? 0.25 : -0.25)),
@@ -245,7 +286,7 @@ private:
         const int32_t outer = add(parent, name, placedAt(position));
         const int32_t middle = add(outer, name + " group", unplaced());
         const int32_t inner = add(middle, name + " group.001", spelledIdentity(kxTransformKind::TRS));
-        const uint32_t count = 3 + m_random.below(4);
+        const uint32_t count = 2 + m_random.below(2);
         for (uint32_t item = 0; item < count; ++item)
         {
             const bool isUpper = item >= 4;
@@ -253,9 +294,9 @@ private:
             const kxPoint place{isUpper ? (item - 4) * 0.9375 : (item % 2) * 1.0625, isUpper ? 0.8125 : 0.0,
                                 isUpper ? 0.0625 : row * -1.0625};
             const bool isBarrel = !isUpper && m_random.below(3) == 0 && item > 1;
-            const int32_t node =
-                add(inner, name + (isBarrel ? " barrel " : " crate ") + std::to_string(item + 1),
-                    placed(place, headingOf(m_random.between(-0.03, 0.03))), isBarrel ? BARREL_MESH : CRATE_MESH);
+            const int32_t node = addImported(
+                inner, name + (isBarrel ? " barrel " : " crate ") + std::to_string(item + 1),
+                placed(place, headingOf(m_random.between(-0.03, 0.03))), isBarrel ? BARREL_MESH : CRATE_MESH);
             if (number % 3 == 0 && item == 0)
                 attach(node).extras = R"({"collider":"box","mass":12.5})";
         }
@@ -269,24 +310,24 @@ private:
         for (int place = 0; place < 9; ++place)
             addCargo(cargo, place + 1, {places[place][0], kQuayTop, places[place][1]});
         const int32_t barrels = add(harbour, "Barrels", unplaced());
-        for (int barrel = 0; barrel < 14; ++barrel)
+        for (int barrel = 0; barrel < 6; ++barrel)
         {
-            const double x = barrel < 7 ? -33.0 + (barrel % 4) * 0.9375 : 29.0 + (barrel % 4) * 0.9375;
-            add(barrels, numbered("Barrel", barrel + 1), placedAt({x, kQuayTop, (barrel % 7 < 4 ? -8.0 : -8.9375)}),
-                BARREL_MESH);
+            const double x = (barrel < 3 ? -33.0 : 29.0) + (barrel % 2) * 0.9375;
+            addImported(barrels, numbered("Barrel", barrel + 1),
+                        placedAt({x, kQuayTop, (barrel % 3 < 2 ? -8.0 : -8.9375)}), BARREL_MESH);
         }
 
         const int32_t bollards = add(harbour, "Bollards", unplaced());
-        for (int bollard = 0; bollard < 14; ++bollard)
-            add(bollards, numbered("Bollard", bollard + 1),
-                placedAt({-52.0 + bollard * 7.4375, kQuayTop + 0.3125, -0.25}), BOLLARD_MESH);
+        for (int bollard = 0; bollard < 6; ++bollard)
+            addImported(bollards, numbered("Bollard", bollard + 1),
+                        placedAt({-52.0 + bollard * 17.375, kQuayTop + 0.3125, -0.25}), BOLLARD_MESH);
         const int32_t nets = add(harbour, "Nets", unplaced());
         for (int net = 0; net < 3; ++net)
             add(nets, numbered("Net", net + 1),
                 placed({-15.0 + net * 5.5, kQuayTop, -2.5}, headingOf(m_random.between(-0.04, 0.04))), NET_MESH);
 
         const int32_t pier = add(harbour, "Pier", placedAt({-30, 0, 0}));
-        for (int section = 0; section < 10; ++section)
+        for (int section = 0; section < 6; ++section)
         {
             add(pier, numbered("Deck", section + 1), placedAt({0, 0, section * 2.5}), PIER_DECK_MESH);
             if (section % 2 == 1)
@@ -299,7 +340,7 @@ private:
         const int32_t arm = add(harbour, "Breakwater", placedAt({52, 0, 0}));
         add(arm, "Breakwater arm", unplaced(), BREAKWATER_MESH);
         const int32_t rocks = add(arm, "Rocks", unplaced());
-        for (int rock = 0; rock < 26; ++rock)
+        for (int rock = 0; rock < 23; rock += 2)
         {
             const double size = m_random.between(0.875, 1.875);
             const bool isHead = rock >= 20;
@@ -307,8 +348,9 @@ private:
                                 m_random.between(-0.5, 0.25),
                                 isHead ? 48.5 + m_random.between(-0.25, 0.75) : rock * 2.4 + 1};
             const double turns = m_random.between(0, 1);
-            add(rocks, numbered("Rock", rock + 1), placed(place, headingOf(turns), {size, size * 0.875, size * 1.125}),
-                static_cast<int32_t>(ROCK_A_MESH + m_random.below(3)));
+            addImported(rocks, numbered("Rock", rock / 2 + 1),
+                        placed(place, headingOf(turns), {size, size * 0.875, size * 1.125}),
+                        static_cast<int32_t>(ROCK_A_MESH + m_random.below(3)));
         }
         addLighthouse(arm);
     }
@@ -430,7 +472,7 @@ private:
     {
         constexpr int32_t kLeaves[] = {LEAVES_LIGHT, LEAVES_DARK, LEAVES_LIGHT_COPY, LEAVES_AUTUMN, LEAVES_LIGHT};
         const int32_t wood = add(plants, "Wood", unplaced());
-        for (int tree = 0, tried = 0; tree < 60 && tried < 2000; ++tried)
+        for (int tree = 0, tried = 0; tree < 14 && tried < 2000; ++tried)
         {
             const double x = m_random.between(-112, 112), z = m_random.between(-128, 34);
             const double height = landHeight(x, z);
@@ -441,19 +483,19 @@ private:
             const bool isConifer = height > 12 ? m_random.below(4) != 0 : m_random.below(4) == 0;
             const double turns = m_random.between(0, 1);
             const int32_t leaves = isConifer ? LEAVES_DARK : kLeaves[m_random.below(5)];
-            add(wood, numbered("Tree", ++tree), placed({x, height, z}, headingOf(turns), {size, size, size}),
-                isConifer ? CONIFER_MESH : BROAD_TREE_MESH, leaves);
+            addImported(wood, numbered("Tree", ++tree), placed({x, height, z}, headingOf(turns), {size, size, size}),
+                        isConifer ? CONIFER_MESH : BROAD_TREE_MESH, leaves);
         }
         const int32_t gardens = add(plants, "Gardens", unplaced());
-        for (int place = 0; place < 14; ++place)
+        for (int place = 0; place < 6; ++place)
         {
             const int level = place % 3;
             const int column = place / 3;
             const double x = (place % 2 == 0 ? -1 : 1) * (13.5 + 9.75 * column) + m_random.between(-0.5, 0.5);
             const kxPoint where{x, kQuayTop + kTerraceRise * (level + 1), kTerraceFronts[level] - 1.75};
             const double size = m_random.between(0.875, 1.25);
-            add(gardens, numbered("Bush", place + 1), placed(where, {}, {size, size, size}), BUSH_MESH,
-                kLeaves[m_random.below(5)]);
+            addImported(gardens, numbered("Bush", place + 1), placed(where, {}, {size, size, size}), BUSH_MESH,
+                        kLeaves[m_random.below(5)]);
         }
         add(plants, "Hedges", unplaced());
     }
@@ -547,6 +589,8 @@ private:
     uint64_t m_seed;
     double m_extentScale = 1.0;
     int m_houseCount = 0;
+    int m_importCount = 0;
+    std::map<int32_t, int> m_copyCounts; // by material
 };
 
 } // namespace

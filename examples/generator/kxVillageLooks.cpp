@@ -85,9 +85,9 @@ constexpr kxLook kLooks[] = {
     {WHITEWASH, "whitewash", {246, 244, 238}, 0.75f, kPlain},
 };
 
-constexpr int kWallColors[WALL_LOOK_COUNT][3] = {{246, 238, 218}, {236, 204, 140}, {226, 158, 122}, {206, 222, 222},
-                                                 {240, 196, 186}, {198, 208, 168}, {252, 250, 246}};
-constexpr const char* kWallNames[WALL_LOOK_COUNT] = {"cream", "ochre", "brick", "sky", "rose", "sage", "white"};
+constexpr int kWallColors[WALL_COUNT][3] = {{246, 238, 218}, {236, 204, 140}, {226, 158, 122}, {206, 222, 222},
+                                            {240, 196, 186}, {198, 208, 168}, {252, 250, 246}};
+constexpr const char* kWallNames[WALL_COUNT] = {"cream", "ochre", "brick", "sky", "rose", "sage", "white"};
 
 kxSceneMaterial materialOf(const std::string& name, const int* color, float roughness, int32_t texture)
 {
@@ -125,11 +125,8 @@ void addVillageLooks(kxScene& scene)
         scene.materials.push_back(materialOf(look.name, look.color, look.roughness, look.texture));
     for (int32_t wall = 0; wall < WALL_COUNT; ++wall)
     {
-        const int32_t look = wall % WALL_LOOK_COUNT;
-        const int32_t copy = wall / WALL_LOOK_COUNT;
-        const std::string name = std::string("wall ") + kWallNames[look];
-        scene.materials.push_back(materialOf(copy == 0 ? name : name + ".00" + std::to_string(copy), kWallColors[look],
-                                             0.875f, PLASTER_TEXTURE));
+        scene.materials.push_back(
+            materialOf(std::string("wall ") + kWallNames[wall], kWallColors[wall], 0.875f, PLASTER_TEXTURE));
     }
 
     scene.materials[SEA].clearcoat = 1.0f;

@@ -58,8 +58,7 @@ enum kxVillageMaterial : int32_t
     STRIPE_RED,
     WHITEWASH,
     FIRST_WALL,
-    WALL_COUNT = 16,
-    WALL_LOOK_COUNT = 7
+    WALL_COUNT = 7
 };
 
 void addVillageLooks(kxScene& scene);

@@ -77,7 +77,7 @@ const kxShapeCase kShapeCases[] = {
     {"city", kxSceneShape::CITY, 5000, 6, 9},         {"city of districts", kxSceneShape::CITY, 20000, 6, 9},
     {"smallest chain", kxSceneShape::CHAIN, 1, 1, 1}, {"chain", kxSceneShape::CHAIN, 3000, 3000, 3000},
     {"smallest star", kxSceneShape::STAR, 1, 1, 1},   {"star", kxSceneShape::STAR, 3000, 2, 2},
-    {"village", kxSceneShape::VILLAGE, 0, 6, 9},
+    {"village", kxSceneShape::VILLAGE, 0, 6, 10},
 };
 
 } // namespace
