@@ -111,8 +111,15 @@ bool kxOptBase::applyToInfos()
     for (uint32_t i = 0; i < file->_infoList->getCount(); ++i)
     {
         const kxSmartPointer<kxInfo> info = file->_infoList->get(i);
-        if (!_optInterface->infoIsDisabled(info) && canOptimize(info.get()) && !applyInfo(info))
+        m_checkedGraph = nullptr;
+        if (_optInterface->infoIsDisabled(info) || !canOptimize(info.get()))
+            continue;
+        // The default way of applying asks the same about the graph once more.
+        const auto* scene = kxCast<kxSceneInfo>(info.get());
+        m_acceptedGraph = scene && scene->getSceneGraph() == m_checkedGraph ? m_checkedGraph : nullptr;
+        if (!applyInfo(info))
             result = false;
+        m_acceptedGraph = nullptr;
     }
     return result;
 }
@@ -136,9 +143,17 @@ bool kxOptBase::hasDynamicNode(kxNode* root) const
 // True when the graph holds neither; the driver and derived classes rely on this sense, not on the name.
 bool kxOptBase::hasSegmentOrDynamic(kxNode* root)
 {
+    if (root && root == m_acceptedGraph)
+    {
+        m_acceptedGraph = nullptr; // from here on it is edited
+        return true;
+    }
     const kxNode* offender = findNode(root, [](const kxNode* node) { return isSegment(node) || node->isDynamic(); });
     if (!offender)
+    {
+        m_checkedGraph = root;
         return true;
+    }
     if (isSegment(offender))
         printf("The optimization doesn't support kxSegment\n");
     else

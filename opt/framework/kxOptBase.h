@@ -92,6 +92,10 @@ private:
     bool hasSegmentOrDynamic(kxNode* root);
     Refusal& refusalOf(const std::string& reason);
 
+    // The graph that the last check found to hold nothing that is refused, and the one that is not to be checked again.
+    const kxNode* m_checkedGraph = nullptr;
+    const kxNode* m_acceptedGraph = nullptr;
+
     std::vector<Counter> m_counters;
     std::vector<Refusal> m_refusals;
 };

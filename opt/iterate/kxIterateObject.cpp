@@ -50,6 +50,7 @@ void kxIterateObject::setCurrentPath(kxObjectList* path)
     _currentPath = path ? kxSmartPointer<kxObjectList>(path) : kxNew<kxObjectList>();
     _cachedChildList->clear();
     m_searched.clear();
+    m_returnedCount = UINT32_MAX; // what was returned is in the list only
     forgetSearches();
     for (kxObject* object : *_currentPath)
     {
@@ -105,6 +106,23 @@ bool kxIterateObject::isSearched(const kxObject* object, int32_t start)
     return false;
 }
 
+bool kxIterateObject::noteReturned(kxObject* object)
+{
+    // As long as nobody else edits the list, what is known of the objects answers without searching it.
+    if (_traversedObject->getCount() != m_returnedCount)
+    {
+        m_returnedCount = UINT32_MAX;
+        return _traversedObject->insertSorted(object);
+    }
+    Searched& known = m_searched[object];
+    if (known.returnedIn == m_walk)
+        return false;
+    known.returnedIn = m_walk;
+    _traversedObject->insertSortedNew(object);
+    ++m_returnedCount;
+    return true;
+}
+
 kxResult kxIterateObject::updateChildList()
 {
     kxObject* current = getCurrent();
@@ -154,7 +172,9 @@ kxObject* kxIterateObject::begin(kxObject* root)
     forgetSearches();
     if (!root)
         return nullptr;
-    _traversedObject->insertSorted(root);
+    ++m_walk;
+    m_returnedCount = 0;
+    noteReturned(root);
     push(root, -1);
     return updateChildList() == kSuccess ? root : nullptr;
 }
@@ -184,7 +204,7 @@ kxObject* kxIterateObject::getNext()
         }
 
         kxObject* child = children->get(index);
-        const bool isNew = !_visitOnce || _traversedObject->insertSorted(child);
+        const bool isNew = !_visitOnce || noteReturned(child);
         // A search in vain is not made twice: nested instances would double it at every level, and cycles would not
         // end.
         if (!isNew && isSearched(child, start))
@@ -196,7 +216,11 @@ kxObject* kxIterateObject::getNext()
         if (updateChildList() != kSuccess)
         {
             if (isNew && _visitOnce)
+            {
                 _traversedObject->remove(child); // was not returned
+                m_searched[child].returnedIn = 0;
+                m_returnedCount -= m_returnedCount == UINT32_MAX ? 0 : 1;
+            }
             return nullptr;
         }
         if (isNew)

@@ -98,6 +98,7 @@ private:
         uint32_t epoch = 0; // in which that holds
         int32_t start = 0;
         uint32_t timesOnPath = 0;
+        uint32_t returnedIn = 0; // number of the walk that has returned it
     };
 
     void push(kxObject* object, int32_t index);
@@ -107,18 +108,22 @@ private:
     bool isSearched(const kxObject* object, int32_t start);
     /// True when edits are made known, by the client or by the traversal.
     bool areEditsTold() const { return m_structureFixed || m_changeCount != 0; }
+    /// Enters an object among those returned; false when it is there.
+    bool noteReturned(kxObject* object);
     void noticeEdits();
     void forgetSearches();
 
-    kxSmartPointer<kxParameterSet> m_input;                          // reused
+    kxSmartPointer<kxParameterSet> m_input;                            // reused
     kxSmartPointer<kxObjectList> m_noChildren = kxNew<kxObjectList>(); // of all nodes that have none; never edited
     kxSmartPointer<kxItemBase> m_traversal; // last one used: tells whether the structure was edited
     uint64_t m_changeCount = 0;             // what it told at the last step
     kxTSerialMap<Searched> m_searched;
     bool m_structureFixed = false;
-    uint32_t m_epoch = 0;       // changes when a search may find more than before
-    bool m_resume = false;      // the next step goes on among the current object's children ...
-    int32_t m_resumeBehind = 0; // ... behind this one
+    uint32_t m_walk = 0;          // number of this walk
+    uint32_t m_returnedCount = 0; // objects that it has returned; the list has others when somebody edited it
+    uint32_t m_epoch = 0;         // changes when a search may find more than before
+    bool m_resume = false;        // the next step goes on among the current object's children ...
+    int32_t m_resumeBehind = 0;   // ... behind this one
 };
 
 } // namespace Kel::Opt

@@ -522,6 +522,21 @@ bool kxObjectList::insertSorted(kxObject* object)
     return true;
 }
 
+void kxObjectList::insertSortedNew(kxObject* object)
+{
+    if (m_holes)
+        closeHoles();
+    if (m_gapLength)
+        closeGap();
+    // An index without this object would answer for an unsorted list; who asks one has it sorted instead.
+    const bool unsorted = m_unsorted || (m_count > 0 && m_data[m_count - 1]->getSerial() > object->getSerial());
+    if (!m_index || !m_index->active)
+        dropIndex();
+    m_unsorted = false;
+    append(object);
+    m_unsorted = unsorted;
+}
+
 int kxObjectList::findSorted(const kxObject* object) const
 {
     kxObject* const* first = begin();

@@ -69,6 +69,8 @@ class kxObjectList : public kxListBase
 
     /// Adds an object to a list kept sorted by identity; false when it is there already.
     bool insertSorted(kxObject* object);
+    /// The same for an object that the list is known not to hold: costs no search.
+    void insertSortedNew(kxObject* object);
     /// Index in a list kept sorted by identity, -1 when absent.
     int findSorted(const kxObject* object) const;
     /// The same without an index: keeps a list that is being built from being put in order for the question.
