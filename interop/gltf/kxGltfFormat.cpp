@@ -27,9 +27,9 @@ kxResult kxGltfFormat::read(const char* path, const kxFileOptions& options, kxDi
     return kxGltfReader(path, options).read(directory) ? kSuccess : kFailure;
 }
 
-kxResult kxGltfFormat::write(kxDirectory& directory, const char* path, const kxFileOptions&)
+kxResult kxGltfFormat::write(kxDirectory& directory, const char* path, const kxFileOptions& options)
 {
-    return kxGltfWriter(path, getLowerCaseExtension(path) == "glb").write(directory) ? kSuccess : kFailure;
+    return kxGltfWriter(path, getLowerCaseExtension(path) == "glb", options).write(directory) ? kSuccess : kFailure;
 }
 
 } // namespace Kel::Gltf

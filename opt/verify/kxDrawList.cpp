@@ -425,7 +425,10 @@ private:
         for (const Setting& setting : m_table)
         {
             const auto* bind = kxCast<kxTextureBindAttr>(setting.attr);
-            attributes.push_back({setting.type->getName(), bind ? bind->_slot : kxStringRef(), setting.look});
+            const kxImage* image = bind && bind->_texture ? bind->_texture->getFirstImage() : nullptr;
+            attributes.push_back(
+                {setting.type->getName(), bind ? bind->_slot : kxStringRef(), setting.look,
+                 image ? m_list.m_images.add(image, m_list.m_hash.hashValue(image).images) : kxImageSamples::kNone});
         }
         std::sort(attributes.begin() + first, attributes.end(),
                   [](const Attribute& a, const Attribute& b)

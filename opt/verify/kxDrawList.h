@@ -1,6 +1,7 @@
 // What a scene shows: everything drawn, with its place and attributes.
 #pragma once
 
+#include "opt/verify/kxImageSamples.h"
 #include "opt/verify/kxPictureHash.h"
 #include "platform/core/kxInfo.h"
 #include "platform/sg/kxSceneInfo.h"
@@ -71,9 +72,15 @@ public:
         kxStringRef type;
         kxStringRef slot; ///< use of a texture, null for other attributes
         kxLook look;
+        uint32_t image; ///< sample of what it shows, for `getImages`; `kxImageSamples::kNone` when there is none
     };
     /// The attributes behind a draw's `attributes` and `images`, sorted by type and use; valid until the list grows.
     std::span<const Attribute> getAttributes(const Draw& draw) const;
+
+    /// The images of the textures in effect, as they were.
+    const kxImageSamples& getImages() const { return m_images; }
+    /// Before collecting: images can be compared within a tolerance later. Costs the pixels of those that no file holds.
+    void setKeepPixels(bool keep) { m_images.setKeepPixels(keep); }
 
 private:
     class Walk;
@@ -92,6 +99,7 @@ private:
     uint32_t addStep(uint32_t parent, kxStringRef name);
 
     kxPictureHash m_hash;
+    kxImageSamples m_images;
     uint64_t m_sceneCount = 0;
     bool m_complete = true;
     std::vector<Draw> m_draws;

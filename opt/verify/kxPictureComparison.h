@@ -2,6 +2,7 @@
 #pragma once
 
 #include "opt/verify/kxDrawList.h"
+#include "opt/verify/kxImageMatch.h"
 
 namespace Kel::Opt
 {
@@ -11,7 +12,8 @@ namespace Kel::Opt
 /// Two draws are the same when kind, vertex data, attributes and conditions are equal and their matrices differ by at
 /// most the tolerance: each number of the linear part by `tolerance` times the part's largest number, the translation
 /// by `tolerance` times its own largest number plus a hundredth of the scene's extent. Cost: n log n; lists in the same
-/// order are compared in one pass.
+/// order are compared in one pass. Images with other bytes are the same when their pixels are, or differ within a
+/// tolerance; only draws that have no partner by their bytes are looked at so.
 class kxPictureComparison
 {
 public:
@@ -19,10 +21,11 @@ public:
     {
         double tolerance = 1e-5;
         bool ignoreImages = false; ///< textures count without their images
+        double imageTolerance = 0; ///< `imageDifference` that does not count; lists must have been collected for one
     };
 
     kxPictureComparison() = default;
-    explicit kxPictureComparison(const Options& options) : m_options(options) {}
+    explicit kxPictureComparison(const Options& options) : m_options(options), m_images(options.imageTolerance) {}
 
     /// True when both lists show the same picture.
     bool compare(const kxDrawList& a, const kxDrawList& b);
@@ -37,6 +40,7 @@ public:
 
 private:
     Options m_options;
+    mutable kxImageMatch m_images; // remembers what it found out
     std::vector<size_t> m_onlyInA, m_onlyInB;
 };
 

@@ -16,6 +16,8 @@ void kxVerifyPicture::listFields(kxFields<kxVerifyPicture>& fields)
     fields.add(&kxVerifyPicture::_ignoreImages, "_ignoreImages", "compare textures without their images");
     fields.add(&kxVerifyPicture::_maxLines, "_maxLines", "differences to print");
     fields.add(&kxVerifyPicture::_remember, "_remember", "remember the picture as it is now, in place of comparing it");
+    fields.add(&kxVerifyPicture::_imageTolerance, "_imageTolerance",
+               "root mean square difference of images that does not count, in steps of 255");
 }
 
 bool kxVerifyPicture::configure(int)
@@ -47,6 +49,7 @@ bool kxVerifyPicture::apply(kxSmartPointer<kxNode>& root)
 bool kxVerifyPicture::verify(const kxSceneInfo* scene, kxNode* root)
 {
     const auto picture = std::make_shared<kxDrawList>();
+    picture->setKeepPixels(_imageTolerance > 0);
     if (scene)
         picture->collect(scene);
     else
@@ -79,7 +82,8 @@ bool kxVerifyPicture::verify(const kxSceneInfo* scene, kxNode* root)
         return true;
     }
     count("draws compared", drawCount);
-    kxPictureComparison comparison({_tolerance, _ignoreImages});
+    kxPictureComparison comparison(
+        {.tolerance = _tolerance, .ignoreImages = _ignoreImages, .imageTolerance = _imageTolerance});
     if (comparison.compare(*remembered, *picture))
     {
         printf("\t\tpicture of \"%s\" unchanged (%lld draws)\n", name, static_cast<long long>(drawCount));

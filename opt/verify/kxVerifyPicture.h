@@ -21,6 +21,7 @@ class kxVerifyPicture : public kxOptBase
     bool _ignoreImages = false;
     uint32_t _maxLines = 20;
     bool _remember = false;
+    float _imageTolerance = 0;
 
     bool configure(int section) override;
     bool applyInfo(kxInfo* info) override;

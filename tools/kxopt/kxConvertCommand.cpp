@@ -26,6 +26,7 @@ struct Settings
     std::string input;
     std::string output;
     bool allowOutside = false;
+    bool noFallback = false;
 };
 
 int convert(const Settings& settings)
@@ -37,6 +38,7 @@ int convert(const Settings& settings)
     const kxSmartPointer<kxManager> services = kxNew<kxDefaultManager>(service.get());
     const kxSmartPointer<kxFileOptions> options = kxNew<kxFileOptions>();
     options->_allowOutside = settings.allowOutside;
+    options->_noFallback = settings.noFallback;
     service->setFileOptions(options);
     kxSmartPointer<Sg::kxSceneInfo> scene;
     if (!service->loadFile(settings.input.c_str(), scene))
@@ -56,6 +58,8 @@ void addConvertCommand(CLI::App& program, kxAction& action)
     command->add_option("OUT", settings->output, "file to write; its extension names the format")->required();
     command->add_flag("--allow-outside", settings->allowOutside,
                       "follow references to files outside the scene's folder");
+    command->add_flag("--no-fallback", settings->noFallback,
+                      "write DDS images without a PNG for readers that do not know them");
     command->callback([settings, &action] { action = [settings] { return convert(*settings); }; });
 }
 

@@ -4,7 +4,6 @@
 #include "platform/attrs/kxTextureAttr.h"
 #include "platform/attrs/kxTextureBindAttr.h"
 #include "platform/core/kxTSerialMap.h"
-#include "platform/gfx/kxImage.h"
 #include "platform/sg/kxGeometry.h"
 #include "platform/sg/kxLightSet.h"
 #include "platform/sg/kxSceneInfo.h"
@@ -24,6 +23,8 @@ namespace
 class Counter
 {
 public:
+    explicit Counter(const kxSceneAmounts::ImageBytes& imageBytes) : m_imageBytes(imageBytes) {}
+
     void addNode(kxNode* node)
     {
         if (!isNew(node))
@@ -73,20 +74,20 @@ private:
             if (!image || !isNew(image))
                 continue;
             ++m_amounts.images;
-            const kxMemoryBlock* bytes = image->_encoded ? image->_encoded : image->_pixels;
-            m_amounts.imageBytes += bytes ? bytes->getSize() : 0;
+            m_amounts.imageBytes += m_imageBytes(*image);
         }
     }
 
+    const kxSceneAmounts::ImageBytes& m_imageBytes;
     kxSceneAmounts m_amounts;
     kxTSerialMap<bool> m_met;
 };
 
 } // namespace
 
-kxSceneAmounts kxSceneAmounts::count(const kxFileInfo* file)
+kxSceneAmounts kxSceneAmounts::count(const kxFileInfo* file, const ImageBytes& imageBytes)
 {
-    Counter counter;
+    Counter counter(imageBytes);
     if (file)
         for (const kxInfo* info : *file->_infoList)
             if (const auto* scene = kxCast<kxSceneInfo>(info))
@@ -94,6 +95,12 @@ kxSceneAmounts kxSceneAmounts::count(const kxFileInfo* file)
                     scene->getSceneGraph(),
                     [](kxNode* node, void* context) { static_cast<Counter*>(context)->addNode(node); }, &counter);
     return counter.getAmounts();
+}
+
+uint64_t getStoredBytes(const Gfx::kxImage& image)
+{
+    const kxMemoryBlock* bytes = image._encoded ? image._encoded : image._pixels;
+    return bytes ? bytes->getSize() : 0;
 }
 
 } // namespace Kel::Tool
