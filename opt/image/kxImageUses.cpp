@@ -6,6 +6,7 @@
 #include "platform/attrs/kxMaterialAttr.h"
 #include "platform/core/kxDirectory.h"
 #include "platform/sg/kxGeometry.h"
+#include "platform/sg/kxMaterialVariant.h"
 #include "platform/sg/kxOverrideAttrSet.h"
 
 namespace Kel::Opt
@@ -41,6 +42,15 @@ bool isLight(kxZoomMeaning meaning)
 
 } // namespace
 
+uint8_t kxImageUses::modeOf(const kxAttrList& attrs)
+{
+    uint8_t mode = 0;
+    for (const kxAttr* attr : attrs)
+        if (const auto* material = kxCast<kxMaterialAttr>(attr))
+            mode = material->_alphaMode == kxAlphaMode::OPAQUE ? IS_OPAQUE : IS_COVERAGE;
+    return mode;
+}
+
 void kxImageUses::spreadModes(const std::vector<kxNode*>& nodes, ModeMap& modes)
 {
     uint8_t overriding = 0; // modes of materials that those below cannot replace
@@ -50,9 +60,7 @@ void kxImageUses::spreadModes(const std::vector<kxNode*>& nodes, ModeMap& modes)
         Modes& at = modes[node];
         at.isKnown = true;
         if (const auto* set = kxCast<kxAttrSet>(node))
-            for (const kxAttr* attr : *set->getAttrs())
-                if (const auto* material = kxCast<kxMaterialAttr>(attr))
-                    at.own = material->_alphaMode == kxAlphaMode::OPAQUE ? IS_OPAQUE : IS_COVERAGE;
+            at.own = modeOf(*set->getAttrs());
         if (node->isOfType(kxOverrideAttrSet::staticMetaObject()))
             overriding |= at.own;
     }
@@ -113,6 +121,7 @@ void kxImageUses::collect(kxObject* root)
     directory->addEntry(root, kxStringRef());
     std::vector<kxNode*> nodes;
     std::vector<const kxTextureBindAttr*> binds;
+    std::vector<const kxMaterialVariant*> variants;
     for (uint32_t i = 0, count = directory->getSharedEntryCount(); i < count; ++i)
     {
         kxObject* object = directory->getSharedObject(i);
@@ -120,12 +129,24 @@ void kxImageUses::collect(kxObject* root)
             nodes.push_back(node);
         else if (const auto* bind = kxCast<kxTextureBindAttr>(object))
             binds.push_back(bind);
+        else if (const auto* variant = kxCast<kxMaterialVariant>(object))
+            variants.push_back(variant);
     }
     if (binds.empty())
         return;
     ModeMap modes;
     spreadModes(nodes, modes);
     kxTSerialMap<bool> isMet;
+    for (const kxMaterialVariant* variant : variants)
+    {
+        const uint8_t mode = modeOf(*variant->_attrs);
+        for (const kxAttr* attr : *variant->_attrs)
+            if (const auto* bind = kxCast<kxTextureBindAttr>(attr))
+            {
+                isMet[bind] = true;
+                add(*bind, mode == IS_COVERAGE);
+            }
+    }
     for (const kxNode* node : nodes)
         if (const auto* set = kxCast<kxAttrSet>(node))
             for (const kxAttr* attr : *set->getAttrs())

@@ -45,6 +45,8 @@ private:
     };
     using ModeMap = kxTSerialMap<Modes>;
 
+    /// Of the material among them, 0 without one.
+    static uint8_t modeOf(const kxAttrList& attrs);
     static void spreadModes(const std::vector<kxNode*>& nodes, ModeMap& modes);
     void add(const kxTextureBindAttr& bind, bool isCoverage);
 

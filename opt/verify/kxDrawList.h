@@ -38,10 +38,11 @@ public:
 
     struct Draw
     {
-        uint64_t content;    ///< vertex data, projection, light or name
-        uint64_t attributes; ///< attributes in effect, by type and unit, without their images
-        uint64_t images;     ///< images of the attributes in effect
-        uint64_t conditions; ///< switch children, distance ranges, skins, weights, passes and movers of the path
+        uint64_t content;       ///< vertex data, projection, light or name
+        uint64_t attributes;    ///< attributes in effect, by type and unit, without their images
+        uint64_t images;        ///< images of the attributes in effect and of the content
+        uint64_t contentImages; ///< those of the content alone, which its material variants show
+        uint64_t conditions;    ///< switch children, distance ranges, skins, weights, passes and movers of the path
         std::array<float, 12> matrix; ///< rows x, y, z and translation of the path's matrix, three numbers each
         Kind kind;
         uint32_t path; ///< for getPath
@@ -77,8 +78,10 @@ public:
     /// The attributes behind a draw's `attributes` and `images`, sorted by type and use; valid until the list grows.
     std::span<const Attribute> getAttributes(const Draw& draw) const;
 
-    /// The images of the textures in effect, as they were.
+    /// The images of the textures in effect and of material variants, as they were.
     const kxImageSamples& getImages() const { return m_images; }
+    /// Samples behind a draw's `contentImages`, in the order of the variants; empty when there are none.
+    std::span<const uint32_t> getContentImages(const Draw& draw) const;
     /// Before collecting: images can be compared within a tolerance later. Costs the pixels of those that no file holds.
     void setKeepPixels(bool keep) { m_images.setKeepPixels(keep); }
 
@@ -105,6 +108,7 @@ private:
     std::vector<Draw> m_draws;
     std::vector<PathStep> m_steps;
     std::vector<Attribute> m_attributes;
+    std::unordered_map<uint64_t, std::vector<uint32_t>> m_contentImages; // by a draw's `contentImages`
     std::unordered_map<uint64_t, AttributeRange> m_states; // of `m_attributes`, by the sum of a draw's two hashes
 };
 

@@ -227,27 +227,34 @@ private:
     const AreAlike* m_areAlike = nullptr;
 };
 
-// The attributes differ in images at most, and those are the same by `images`.
+bool isSameContent(const kxDrawList& listA, const Draw& a, const kxDrawList& listB, const Draw& b, kxImageMatch& images)
+{
+    if (a.contentImages == b.contentImages)
+        return true;
+    const auto inA = listA.getContentImages(a), inB = listB.getContentImages(b);
+    return !inA.empty() && std::equal(inA.begin(), inA.end(), inB.begin(), inB.end(),
+                                      [&](uint32_t x, uint32_t y)
+                                      { return images.isSame(listA.getImages().get(x), listB.getImages().get(y)); });
+}
+
+// The draws differ in images at most, and those are the same by `images`.
 bool areAlike(const kxDrawList& listA, const Draw& a, const kxDrawList& listB, const Draw& b, kxImageMatch& images)
 {
-    if (a.images == b.images)
+    if (a.images == b.images && a.contentImages == b.contentImages)
         return true;
     const auto inA = listA.getAttributes(a), inB = listB.getAttributes(b);
-    if (inA.size() != inB.size())
+    if (inA.empty() && a.images - a.contentImages != b.images - b.contentImages)
         return false;
-    uint64_t restA = a.images, restB = b.images; // of what is no attribute
-    for (size_t i = 0; i < inA.size(); ++i)
-    {
-        const kxDrawList::Attribute &x = inA[i], &y = inB[i];
-        restA -= x.look.images;
-        restB -= y.look.images;
-        if (x.look == y.look)
-            continue;
-        if (x.look.value != y.look.value || x.image == kxImageSamples::kNone || y.image == kxImageSamples::kNone ||
-            !images.isSame(listA.getImages().get(x.image), listB.getImages().get(y.image)))
-            return false;
-    }
-    return restA == restB;
+    return std::equal(inA.begin(), inA.end(), inB.begin(), inB.end(),
+                      [&](const kxDrawList::Attribute& x, const kxDrawList::Attribute& y)
+                      {
+                          if (x.look == y.look)
+                              return true;
+                          return x.look.value == y.look.value && x.image != kxImageSamples::kNone &&
+                                 y.image != kxImageSamples::kNone &&
+                                 images.isSame(listA.getImages().get(x.image), listB.getImages().get(y.image));
+                      }) &&
+           isSameContent(listA, a, listB, b, images);
 }
 
 } // namespace
@@ -335,6 +342,8 @@ std::string differenceOf(const kxDrawList& listA, const Draw& a, const kxDrawLis
             if (!find(inA, attribute))
                 add(nameOf(attribute) + " is new");
     }
+    if (!ignoreImages && !isSameContent(listA, a, listB, b, images))
+        add("a texture of its material variants has another image");
     if (a.conditions != b.conditions)
         add("conditions of the path differ");
     double moved = 0;

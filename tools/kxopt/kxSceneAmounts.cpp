@@ -6,6 +6,7 @@
 #include "platform/core/kxTSerialMap.h"
 #include "platform/sg/kxGeometry.h"
 #include "platform/sg/kxLightSet.h"
+#include "platform/sg/kxMaterialVariant.h"
 #include "platform/sg/kxSceneInfo.h"
 
 #include <algorithm>
@@ -34,6 +35,10 @@ public:
         {
             ++m_amounts.geometries;
             m_amounts.triangles += static_cast<uint64_t>(std::max<int64_t>(0, geometry->getTriangleCount()));
+            if (geometry->_variants)
+                for (const kxMaterialVariant* variant : *geometry->_variants)
+                    for (uint32_t i = 0; variant && i < variant->_attrs->getCount(); ++i)
+                        addAttr(variant->_attrs->get(i));
         }
         if (const auto* set = kxCast<kxAttrSet>(node))
             for (const kxAttr* attr : *set->getAttrs())

@@ -5,6 +5,7 @@
 #include "platform/attrs/kxTextureBindAttr.h"
 #include "platform/core/kxReport.h"
 #include "platform/sg/kxGeometry.h"
+#include "platform/sg/kxMaterialVariant.h"
 #include "platform/sg/kxOverrideAttrSet.h"
 #include "tests/opt/image/kxImageTestTools.h"
 
@@ -422,6 +423,29 @@ TEST_F(kxResizeImageTest, AlphaWeighsColorsWhereItIsCoverage)
         EXPECT_NEAR(pixel[0], c.isWeighted ? 255 : 188, 1);
         EXPECT_NEAR(pixel[2], c.isWeighted ? 0 : 188, 1);
         EXPECT_NEAR(pixel[3], 128, 1);
+    }
+}
+
+TEST_F(kxResizeImageTest, MaterialVariantsSpeakForTheirOwnTextures)
+{
+    for (const bool isCoverage : {false, true})
+    {
+        auto image = makeTestImage(rgba_8888_32, 8, 8, {255, 0, 0, 255, 0, 0, 255, 0});
+        const kxSmartPointer<kxNode> other = makeBindAbove(*image, "baseColorTexture", {-1});
+        auto variant = kxNew<kxMaterialVariant>();
+        auto material = kxNew<kxMaterialAttr>();
+        material->_alphaMode = isCoverage ? kxAlphaMode::BLEND : kxAlphaMode::OPAQUE;
+        variant->_attrs->append(material);
+        for (kxAttr* attr : *kxCast<kxAttrSet>(other)->getAttrs())
+            variant->_attrs->append(attr);
+        auto geometry = kxNew<kxGeometry>();
+        geometry->_variants = kxNew<kxMaterialVariantList>();
+        geometry->_variants->append(variant);
+        kxSmartPointer<kxNode> root(geometry);
+        auto resize = kxNew<kxResizeImage>();
+        resize->setFilterType(BOX);
+        ASSERT_TRUE(resize->apply(root));
+        EXPECT_NEAR(image->getPixels()[0], isCoverage ? 255 : 188, 1);
     }
 }
 

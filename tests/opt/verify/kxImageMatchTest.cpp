@@ -6,7 +6,8 @@
 #include "opt/verify/kxPictureComparison.h"
 #include "platform/attrs/kxTextureBindAttr.h"
 #include "platform/gfx/kxImageCodec.h"
-#include "platform/sg/kxAttrSet.h"
+#include "platform/sg/kxGeometry.h"
+#include "platform/sg/kxMaterialVariant.h"
 #include "platform/sg/kxTextScene.h"
 #include "tests/opt/testRun.h"
 
@@ -143,6 +144,31 @@ TEST(kxImageMatch, PicturesAreTheSameWhenTheirImagesShowTheSame)
             EXPECT_THAT(lines, testing::IsEmpty());
         EXPECT_THAT(compare(a, b, 0, true), testing::IsEmpty());
     }
+}
+
+TEST(kxImageMatch, ImagesOfMaterialVariantsCount)
+{
+    libKXOpt_arkRegister();
+    libKXImageIO_arkRegister();
+    const auto sceneWith = [](kxImage& image)
+    {
+        const kxSmartPointer<kxNode> root = sceneOf({makeImage(l_8, 4, 4, {7})});
+        auto* geometry = kxCast<kxGeometry>(kxCast<kxGroup>(root)->getChild(0u));
+        auto variant = kxNew<kxMaterialVariant>();
+        auto bind = kxNew<kxTextureBindAttr>();
+        bind->setTexture(kxNew<kxTextureAttr>());
+        bind->getTexture()->_imageList->append(&image);
+        variant->_attrs->append(bind);
+        geometry->_variants = kxNew<kxMaterialVariantList>();
+        geometry->_variants->append(variant);
+        return root;
+    };
+    auto image = makeImage(l_8, 8, 8, {40, 90}), near = makeImage(l_8, 8, 8, {43, 93});
+    const auto a = sceneWith(*image), b = sceneWith(*encoded(*image)), c = sceneWith(*near);
+    EXPECT_THAT(compare(a, b, 0), testing::IsEmpty());
+    EXPECT_THAT(compare(a, c, 3), testing::IsEmpty());
+    EXPECT_THAT(compare(a, c, 2), testing::ElementsAre(testing::HasSubstr("material variants has another image")));
+    EXPECT_THAT(compare(a, c, 0, true), testing::IsEmpty());
 }
 
 // Optimizations change images in place; what is remembered must not change with them.
