@@ -31,7 +31,7 @@ kxResult kxGltfFormat::read(const char* path, const kxFileOptions& options, kxDi
 kxResult kxGltfFormat::write(kxDirectory& directory, const char* path, const kxFileOptions& options)
 {
     const auto* own = kxCast<kxGltfOptions>(&options);
-    kxGltfWriter writer(path, getLowerCaseExtension(path) == "glb");
+    kxGltfWriter writer(path, getLowerCaseExtension(path) == "glb", options);
     writer.setVolumesWritten(own && own->_writeVolumes);
     return writer.write(directory) ? kSuccess : kFailure;
 }

@@ -19,6 +19,11 @@ bool isSame(const kxMemoryBlock& a, const uint8_t* bytes, uint64_t byteCount)
     return a.getSize() == byteCount && (byteCount == 0 || std::memcmp(a.getData(), bytes, byteCount) == 0);
 }
 
+std::string labelOf(const kxImage& image)
+{
+    return image.getFileName().isEmpty() ? std::string("image without a name") : image.getFileName().str();
+}
+
 } // namespace
 
 kxGltfImages::kxGltfImages(kxGltfFaults& faults, kxGltfData& data, bool isBinary)
@@ -43,12 +48,23 @@ const kxImageFileForm& kxGltfImages::formOf(const kxImage& image)
     }
     else if (image._pixels && !kxImageCodec::encodeForFile(const_cast<kxImage&>(image), false, form))
         m_faults.refuseReported();
+    else if (form.bytes && !form.isExact)
+        m_faults.warn("no kind of image file holds its format; the file shows it as it looks, .kxb keeps the format",
+                      labelOf(image));
     return form;
 }
 
-bool kxGltfImages::writeSource(kxJsonText& json, const kxImage& image)
+const kxImageFileForm& kxGltfImages::fallbackOf(const kxImage& image)
 {
-    const kxImageFileForm& form = formOf(image);
+    const auto [at, isNew] = m_fallbacks.try_emplace(&image);
+    if (isNew && !kxImageCodec::encodeForFile(const_cast<kxImage&>(image), true, at->second))
+        m_faults.refuseReported();
+    return at->second;
+}
+
+bool kxGltfImages::writeSource(kxJsonText& json, const kxImage& image, bool isFallback)
+{
+    const kxImageFileForm& form = isFallback ? fallbackOf(image) : formOf(image);
     if (m_faults.isRefused())
         return false;
     const bool hasFile = !image._uri.isEmpty();

@@ -30,8 +30,11 @@ public:
     /// Bytes of an image and their media type: those that it came with, or new ones when its pixels were changed. Without
     /// bytes when it has none; the file is refused when they cannot be made.
     const kxImageFileForm& formOf(const kxImage& image);
-    /// Writes the members "uri" or "bufferView", and "mimeType". False when the scene cannot be written.
-    bool writeSource(kxJsonText& json, const kxImage& image);
+    /// The same as a kind of file that every reader knows, for an image without encoded bytes.
+    const kxImageFileForm& fallbackOf(const kxImage& image);
+    /// Writes the members "uri" or "bufferView", and "mimeType", of the image or of its fallback. False when the scene cannot
+    /// be written.
+    bool writeSource(kxJsonText& json, const kxImage& image, bool isFallback);
     /// Puts the image files in their places.
     bool commit();
 
@@ -43,7 +46,7 @@ private:
     bool m_isBinary;
     bool m_isInText = false;
     std::string m_folder;
-    std::unordered_map<const kxImage*, kxImageFileForm> m_forms;
+    std::unordered_map<const kxImage*, kxImageFileForm> m_forms, m_fallbacks;
     std::vector<std::unique_ptr<kxAtomicFile>> m_files;
     std::map<std::string, const kxMemoryBlock*> m_taken; // path below the folder, and what it holds
 };

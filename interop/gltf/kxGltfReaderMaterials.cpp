@@ -135,14 +135,12 @@ bool kxGltfReader::readTextures()
         texture->_name = nameOf(json, "texture", i);
         texture->_userData = m_carried.read(json, kTextureKeys);
         uint32_t index = 0;
-        kxImage* image = nullptr;
         if (readReference(json, "source", m_images.size(), "image", where, index))
         {
-            image = m_images[index].object;
             m_images[index].used = true;
+            texture->_imageList->append(m_images[index].object);
+            texture->_imageExtensions->append("");
         }
-        texture->_imageList->append(image);
-        texture->_imageExtensions->append("");
         const kxJsonValue* extensions = findMember(json, "extensions");
         for (const std::string_view name : kImageSourceExtensions)
             if (const kxJsonValue* extension = extensions ? findMember(*extensions, name) : nullptr)

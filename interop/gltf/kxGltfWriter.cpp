@@ -1,5 +1,7 @@
 #include "interop/gltf/kxGltfWriter.h"
 
+#include "platform/core/kxWrittenSizes.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -36,14 +38,17 @@ void kxGltfWriter::Numbered<T>::sort()
         numbers[objects[i]] = static_cast<uint32_t>(i + 1);
 }
 
-kxGltfWriter::kxGltfWriter(const char* path, bool isBinary)
+kxGltfWriter::kxGltfWriter(const char* path, bool isBinary, const kxFileOptions& options)
     : m_faults(path),
       m_isBinary(isBinary),
       m_graph(m_faults),
       m_images(m_faults, m_data, isBinary),
+      m_textureSources(m_faults, m_images),
+      m_sizes(options.m_writtenSizes),
       m_carried([this](const kxObject* object, kxGltfKind& kind, uint32_t& index)
                 { return indexOf(object, kind, index); })
 {
+    m_textureSources.setNoFallback(options._noFallback);
 }
 
 bool kxGltfWriter::write(const kxDirectory& directory)
@@ -98,7 +103,7 @@ bool kxGltfWriter::collect(const kxDirectory& directory)
             if (animation)
                 addAnimation(animation);
     }
-    return collectUnused() && collectReferred();
+    return collectUnused() && collectReferred() && !m_faults.isRefused();
 }
 
 bool kxGltfWriter::collectInfo(const kxInfo* info, kxStringRef name)
@@ -172,12 +177,17 @@ void kxGltfWriter::addTexture(const kxTextureAttr* texture)
     m_textures.add(texture);
     addReferences(texture->_userData);
     addReferences(texture->_samplerUserData);
-    for (const kxImage* image : *texture->_imageList)
-        if (image && !m_imageList.has(image))
+    for (const kxGltfTextures::Source& source : m_textureSources.sourcesOf(*texture))
+        if (!m_imageList.has(source.image))
         {
-            m_imageList.add(image);
-            addReferences(image->_userData);
+            m_imageList.add(source.image);
+            addReferences(source.image->_userData);
         }
+    // What takes no part is as good as gone.
+    if (m_sizes)
+        for (const kxImage* image : *texture->_imageList)
+            if (image)
+                m_sizes->add(image, 0);
 }
 
 void kxGltfWriter::addMaterialTextures(const kxGltfGraph::Material& material)

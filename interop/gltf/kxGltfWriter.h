@@ -5,6 +5,7 @@
 #include "interop/gltf/kxGltfData.h"
 #include "interop/gltf/kxGltfGraph.h"
 #include "interop/gltf/kxGltfImages.h"
+#include "interop/gltf/kxGltfTextures.h"
 #include "platform/attrs/kxMaterialAttr.h"
 #include "platform/attrs/kxTextureBindAttr.h"
 #include "platform/core/kxDirectory.h"
@@ -20,7 +21,7 @@ namespace Kel::Gltf
 class kxGltfWriter
 {
 public:
-    kxGltfWriter(const char* path, bool isBinary);
+    kxGltfWriter(const char* path, bool isBinary, const kxFileOptions& options);
     /// Write the bounding volumes of nodes as extras; not unless asked for.
     void setVolumesWritten(bool written) { m_writesVolumes = written; }
     /// Writes what the directory holds. On failure the reason has been reported and existing files are unchanged.
@@ -97,6 +98,7 @@ private:
     void writeWithTextures(kxJsonText& json, const kxJsonValue* value, const std::string& slot, const Binds& binds);
     void writeTextures();
     bool writeImages();
+    bool writeImage(const kxImage& image, bool isFallback);
 
     kxGltfFaults m_faults;
     bool m_isBinary;
@@ -104,6 +106,8 @@ private:
     kxGltfGraph m_graph;
     kxGltfData m_data;
     kxGltfImages m_images;
+    kxGltfTextures m_textureSources;
+    kxWrittenSizes* m_sizes; // null when nobody asked
     kxGltfCarriedWriter m_carried;
     kxJsonText m_json;
 

@@ -2,6 +2,7 @@
 #include "interop/gltf/kxGltfWriter.h"
 
 #include "interop/gltf/kxGltfContainer.h"
+#include "interop/gltf/kxGltfImageType.h"
 #include "interop/gltf/kxGltfUri.h"
 #include "platform/core/kxAtomicFile.h"
 
@@ -119,6 +120,20 @@ void kxGltfWriter::writeExtensionLists()
         if (isNew && std::find(std::begin(kNeeded), std::end(kNeeded), name) != std::end(kNeeded))
             add(required, name);
         add(used, name);
+    }
+    for (const std::string& name : m_textureSources.getRequired())
+        add(required, name);
+    if (m_textureSources.hasNewImages())
+    {
+        // Images that became another kind of file may have been the last to need an extension.
+        const auto isOver = [&](const std::string& name)
+        {
+            return std::find(std::begin(kImageSourceExtensions), std::end(kImageSourceExtensions), name) !=
+                       std::end(kImageSourceExtensions) &&
+                   !m_textureSources.getUsed().contains(name) && !m_carried.getUsed().contains(name);
+        };
+        std::erase_if(used, isOver);
+        std::erase_if(required, isOver);
     }
     auto writeNames = [&](const char* key, const std::vector<std::string>& names)
     {

@@ -1,7 +1,7 @@
 // Meshes, materials, textures and images.
 #include "interop/gltf/kxGltfWriter.h"
 
-#include "interop/gltf/kxGltfImageType.h"
+#include "platform/core/kxWrittenSizes.h"
 
 #include <algorithm>
 
@@ -356,23 +356,15 @@ void kxGltfWriter::writeTextures()
         if (texture->_hasSampler)
             m_json.member("sampler", uint64_t(m_samplerOf[texture]));
         kxGltfCarriedWriter::Own own;
-        bool hasSource = false;
-        for (uint32_t i = 0; i < texture->_imageList->getCount(); ++i)
+        for (const kxGltfTextures::Source& source : m_textureSources.sourcesOf(*texture))
         {
-            const kxImage* image = texture->_imageList->get(i);
-            if (!image)
-                continue;
-            kxStringRef extension;
-            if (i < texture->_imageExtensions->getCount())
-                extension = texture->_imageExtensions->get(i);
-            // An image of a kind that not every reader knows needs its extension, wherever it stands; one that was encoded
-            // anew may have become of a kind that needs none.
-            if (extension.isEmpty() || !image->_encoded)
-                extension = kxStringRef(sourceExtensionOf(m_images.formOf(*image).mimeType.view()));
-            if (extension.isEmpty() && !std::exchange(hasSource, true))
-                m_json.member("source", uint64_t(m_imageList[image]));
-            else if (!extension.isEmpty())
-                own.extensions.emplace_back(extension.str(), kxFormat("{\"source\":%u}", m_imageList[image]));
+            const auto number = source.isFallback ? static_cast<uint32_t>(m_imageList.objects.size()) +
+                                                        m_textureSources.fallbackNumberOf(*source.image)
+                                                  : m_imageList[source.image];
+            if (source.extension.empty())
+                m_json.member("source", uint64_t(number));
+            else
+                own.extensions.emplace_back(source.extension, kxFormat("{\"source\":%u}", number));
         }
         m_carried.write(m_json, texture->_userData, own);
         m_json.endObject();
@@ -409,17 +401,28 @@ bool kxGltfWriter::writeImages()
         return true;
     m_json.key("images");
     m_json.beginArray();
+    // Numbers of images that were there stay: what is written a second time comes behind them.
+    bool done = true;
     for (const kxImage* image : m_imageList.objects)
-    {
-        m_json.beginObject();
-        if (!image->_name.isEmpty())
-            m_json.member("name", image->_name.view());
-        if (!m_images.writeSource(m_json, *image))
-            return false;
-        m_carried.write(m_json, image->_userData);
-        m_json.endObject();
-    }
+        done = done && writeImage(*image, false);
+    for (const kxImage* image : m_textureSources.getFallbacks())
+        done = done && writeImage(*image, true);
     m_json.endArray();
+    return done;
+}
+
+bool kxGltfWriter::writeImage(const kxImage& image, bool isFallback)
+{
+    m_json.beginObject();
+    if (!image._name.isEmpty())
+        m_json.member("name", image._name.view());
+    if (!m_images.writeSource(m_json, image, isFallback))
+        return false;
+    m_carried.write(m_json, image._userData);
+    m_json.endObject();
+    const kxImageFileForm& form = isFallback ? m_images.fallbackOf(image) : m_images.formOf(image);
+    if (m_sizes && form.bytes)
+        m_sizes->add(&image, form.bytes->getSize());
     return true;
 }
 

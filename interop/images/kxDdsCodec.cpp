@@ -166,6 +166,9 @@ bool readContent(const uint8_t* bytes, size_t byteCount, Content& content, std::
     std::copy_n(words + MASKS, 4, content.masks);
     if (!(content.flags & (kHasAlpha | kIsAlphaOnly)))
         content.masks[3] = 0;
+    // Writers repeat the mask of a grey for the colours that such a file does not have.
+    if (content.flags & kIsLuminance)
+        content.masks[1] = content.masks[2] = 0;
     if (letters == fourLetters("DX10"))
     {
         uint32_t second[5];

@@ -2,6 +2,7 @@
 // freed in one object outside the call, and has no local variables with destructors.
 #include "interop/images/kxJpegCodec.h"
 
+#include "interop/images/kxColorProfile.h"
 #include "platform/core/kxReport.h"
 
 #include <csetjmp>
@@ -206,6 +207,21 @@ struct Encoder
     long smallestDifference = 0;
 };
 
+/// How many pixels share a colour, 10 times the number across plus the number down; 0 for what the encoder cannot repeat.
+uint32_t subsamplingOf(const jpeg_component_info* components)
+{
+    const auto factorOf = [](int brightness, int color, int otherColor)
+    {
+        const bool isWhole = color == otherColor && color > 0 && brightness % color == 0;
+        return isWhole && brightness / color <= 2 ? static_cast<uint32_t>(brightness / color) : 0;
+    };
+    const uint32_t across =
+        factorOf(components[0].h_samp_factor, components[1].h_samp_factor, components[2].h_samp_factor);
+    const uint32_t down =
+        factorOf(components[0].v_samp_factor, components[1].v_samp_factor, components[2].v_samp_factor);
+    return across && down ? across * 10 + down : 0;
+}
+
 } // namespace
 
 bool kxJpegCodec::claims(const uint8_t* bytes, size_t byteCount) const
@@ -235,9 +251,7 @@ bool kxJpegCodec::decode(const uint8_t* bytes, size_t byteCount, kxImage& image,
     {
         const KX_GFX_TEXTURE_FORMAT format = codec.num_components == 1 ? l_8 : rgb_888_24;
         image.setSize(codec.image_width, codec.image_height, format);
-        if (codec.num_components == 3 && codec.comp_info[0].h_samp_factor <= 2 && codec.comp_info[0].v_samp_factor <= 2)
-            image._subsampling =
-                static_cast<uint32_t>(codec.comp_info[0].h_samp_factor * 10 + codec.comp_info[0].v_samp_factor);
+        image._subsampling = codec.num_components == 3 ? subsamplingOf(codec.comp_info) : 0;
         std::vector<uint8_t> inks(codec.num_components == 4 ? size_t(codec.image_width) * 4 : 0);
         isRead = decoder->readPixels(image.getWritablePixels(), getTextureByteSize(format, codec.image_width, 1),
                                      inks.empty() ? nullptr : inks.data());
@@ -267,7 +281,8 @@ kxSmartPointer<kxMemoryBlock> kxJpegCodec::encode(kxImage& image, std::string& f
     const auto encoder = std::make_unique<Encoder>();
     if (encoder->write(image.getPixels(), image.getWidth(), image.getHeight(), image.getFormat() == l_8 ? 1 : 3,
                        image._quality ? static_cast<int>(image._quality) : 90, static_cast<int>(image._subsampling),
-                       image._colorProfile))
+                       isProfileOf(image._colorProfile, image.getFormat() == l_8) ? image._colorProfile.get()
+                                                                                  : nullptr))
         return kxMemoryBlock::copyOf(encoder->file, encoder->fileBytes);
     fault = kxFormat("JPEG: %s", encoder->errors.text);
     return nullptr;

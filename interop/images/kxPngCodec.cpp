@@ -1,6 +1,7 @@
 // PNG through libspng, which is strict: a file with a wrong checksum or missing rows is broken.
 #include "interop/images/kxPngCodec.h"
 
+#include "interop/images/kxColorProfile.h"
 #include "platform/core/kxReport.h"
 
 #include <spng.h>
@@ -139,6 +140,11 @@ void readColorInformation(spng_ctx* context, kxImage& image)
     spng_iccp profile;
     if (spng_get_iccp(context, &profile) == 0 && profile.profile_len)
         image._colorProfile = kxMemoryBlock::copyOf(profile.profile, profile.profile_len);
+    if (uint8_t intent = 0; spng_get_srgb(context, &intent) == 0)
+        image._srgbIntent = intent + 1u;
+    spng_chrm_int chromaticities;
+    if (spng_get_chrm_int(context, &chromaticities) == 0)
+        image._chromaticities = kxMemoryBlock::copyOf(&chromaticities, sizeof chromaticities);
 }
 
 kxSmartPointer<kxClut> makePalette(const Layout& layout)
@@ -206,6 +212,9 @@ bool kxPngCodec::decode(const uint8_t* bytes, size_t byteCount, kxImage& image, 
                 convertRow(layout, raw->getData() + y * rawStride, pixels + y * stride);
         }
     }
+    // The decoder stops at the last pixel; the checksum of the piece that holds it stands behind that.
+    if (!error)
+        error = spng_decode_chunks(context.get());
     if (error)
     {
         fault = kxFormat("PNG: %s", spng_strerror(error));
@@ -277,7 +286,15 @@ kxSmartPointer<kxMemoryBlock> kxPngCodec::encode(kxImage& image, std::string& fa
     }
     if (!error && image._gamma)
         error = spng_set_gama_int(context.get(), image._gamma);
-    if (!error && image._colorProfile)
+    spng_chrm_int chromaticities;
+    if (!error && image._chromaticities && image._chromaticities->getSize() == sizeof chromaticities)
+    {
+        std::memcpy(&chromaticities, image._chromaticities->getData(), sizeof chromaticities);
+        error = spng_set_chrm_int(context.get(), &chromaticities);
+    }
+    const bool isGray =
+        head.color_type == SPNG_COLOR_TYPE_GRAYSCALE || head.color_type == SPNG_COLOR_TYPE_GRAYSCALE_ALPHA;
+    if (!error && isProfileOf(image._colorProfile, isGray))
     {
         auto* bytes = const_cast<uint8_t*>(image._colorProfile->getData()); // only read
         spng_iccp profile = {};
@@ -286,6 +303,8 @@ kxSmartPointer<kxMemoryBlock> kxPngCodec::encode(kxImage& image, std::string& fa
         profile.profile = reinterpret_cast<char*>(bytes);
         error = spng_set_iccp(context.get(), &profile);
     }
+    else if (!error && image._srgbIntent > 0 && image._srgbIntent <= 4) // a file has one or the other
+        error = spng_set_srgb(context.get(), static_cast<uint8_t>(image._srgbIntent - 1));
     if (!error)
         error = spng_encode_image(context.get(), pixels, source->getByteSize(), SPNG_FMT_PNG, SPNG_ENCODE_FINALIZE);
     if (!error)

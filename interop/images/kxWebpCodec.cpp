@@ -1,5 +1,6 @@
 #include "interop/images/kxWebpCodec.h"
 
+#include "interop/images/kxColorProfile.h"
 #include "platform/core/kxReport.h"
 #include "platform/gfx/kxPixelRows.h"
 
@@ -139,7 +140,8 @@ kxSmartPointer<kxMemoryBlock> kxWebpCodec::encode(kxImage& image, std::string& f
     WebPPictureFree(&picture);
     kxSmartPointer<kxMemoryBlock> file;
     if (isWritten)
-        file = withColorProfile(writer.mem, writer.size, image._colorProfile);
+        file = withColorProfile(writer.mem, writer.size,
+                                isProfileOf(image._colorProfile, false) ? image._colorProfile.get() : nullptr);
     else
         fault = kxFormat("WebP: encoder error %d", error);
     WebPMemoryWriterClear(&writer);

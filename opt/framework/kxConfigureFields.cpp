@@ -15,7 +15,11 @@ class FieldReader
 {
 public:
     FieldReader(kxObject* object, const kxRegistry& registry, int section, kxOptInterface* service)
-        : m_object(object), m_registry(registry), m_section(section), m_service(service)
+        : m_object(object),
+          m_optimization(kxCast<kxOptBase>(object)),
+          m_registry(registry),
+          m_section(section),
+          m_service(service)
     {
     }
 
@@ -42,11 +46,21 @@ private:
     bool read(T& value)
     {
         m_key = m_field->getName();
-        if (m_registry.getValue(m_section, m_key, value))
+        if (readKey(value))
             return true;
         if (!m_key.view().starts_with('_'))
             return false;
         m_key = kxStringRef(m_key.view().substr(1));
+        return readKey(value);
+    }
+    template <class T>
+    bool readKey(T& value)
+    {
+        // Asked for as text first: what the optimization reads itself would be warned of as a broken number.
+        kxStringRef text;
+        if (!m_registry.getValue(m_section, m_key, text) ||
+            (m_optimization && m_optimization->readsItself(m_key, text.view())))
+            return false;
         return m_registry.getValue(m_section, m_key, value);
     }
     template <class T>
@@ -139,6 +153,7 @@ private:
     }
 
     kxObject* m_object;
+    const kxOptBase* m_optimization; // null for other objects
     const kxRegistry& m_registry;
     int m_section;
     kxOptInterface* m_service;

@@ -130,6 +130,11 @@ bool kxOptBase::autoConfigure(int section)
     return true;
 }
 
+bool kxOptBase::readsItself(kxStringRef, std::string_view) const
+{
+    return false;
+}
+
 bool kxOptBase::hasSegmentNode(kxNode* root) const
 {
     return findNode(root, isSegment) != nullptr;

@@ -57,6 +57,9 @@ class kxOptBase : public kxBase
     virtual bool configure(int section) = 0;
     /// Sets every reflected field that has a key in the section, and echoes what it set. Always true.
     virtual bool autoConfigure(int section);
+    /// True for a value of a key that `configure` reads in a way of its own and the field of that name cannot take:
+    /// `autoConfigure` passes over it without a word.
+    virtual bool readsItself(kxStringRef key, std::string_view value) const;
 
     bool hasSegmentNode(kxNode* root) const;
     bool hasDynamicNode(kxNode* root) const;

@@ -4,6 +4,7 @@
 #include "platform/gfx/kxImageUtils.h"
 #include "platform/utils/kxIntHistogram.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace Kel::Opt
@@ -60,14 +61,22 @@ kxSmartPointer<kxStringObj> lowerCaseOf(kxStringRef text)
     return lower;
 }
 
-} // namespace
-
-int32_t parseTextureFormat(kxStringRef name)
+/// Format of a name in any case; -1 when there is none.
+int32_t findTextureFormatName(kxStringRef name)
 {
     const auto lower = lowerCaseOf(name);
     for (const FormatName& entry : kFormatNames)
         if (lower->getString().view() == entry.name)
             return entry.format;
+    return -1;
+}
+
+} // namespace
+
+int32_t parseTextureFormat(kxStringRef name)
+{
+    if (const int32_t format = findTextureFormatName(name); format >= 0)
+        return format;
     // Not through the log: hosts that run silently still see why a script is refused.
     std::printf("Format %s not recognized\n", name.c_str());
     return -1;
@@ -84,7 +93,8 @@ void kxConvertImage::listFields(kxFields<kxConvertImage>& fields)
     fields.add(&kxConvertImage::_imageList, "_imageList", "names of image files, without folders");
     fields.add(&kxConvertImage::_isExclude, "_isExclude",
                "true: the listed images are left alone; false: only they are converted");
-    fields.add(&kxConvertImage::_totalSizeSavings, "_totalSizeSavings", "bytes saved so far");
+    fields.add(&kxConvertImage::_totalSizeSavings, "_totalSizeSavings",
+               "bytes of pixels saved so far; stops at what 31 bits hold");
     fields.add(&kxConvertImage::_imageListFilename, "_imageListFilename", "text file with the names for the list");
     fields.add(&kxConvertImage::_palettizationThreshold, "_palettizationThreshold",
                "largest root mean square error of a palette that is accepted, in steps of 255");
@@ -170,6 +180,20 @@ bool kxConvertImage::configure(int section)
     return true;
 }
 
+bool kxConvertImage::readsItself(kxStringRef key, std::string_view value) const
+{
+    const std::string word = lowerCaseOf(kxStringRef(value))->str();
+    const auto isOneOf = [&](std::initializer_list<const char*> words)
+    { return std::find(words.begin(), words.end(), word) != words.end(); };
+    // Names spelt as the fields have them are set, and echoed, as fields.
+    int32_t number;
+    if (key.view() == formatToken)
+        return !kxMetaEnumOf(_format).findValue(value, number) && findTextureFormatName(kxStringRef(value)) >= 0;
+    if (key.view() == orderToken)
+        return !kxMetaEnumOf(_order).findValue(value, number) && isOneOf({"default", "dx", "psx2"});
+    return key.view() == isExcludeToken && isOneOf({"exclude", "include"});
+}
+
 int kxConvertImage::parseImageListFile(kxFile& file)
 {
     const int result = kxImageUtils::parseTextFile(file, *_imageList);
@@ -204,10 +228,11 @@ bool kxConvertImage::passesNameFilter(const kxImage& image)
         printf("Image not included in conversion because it has no name\n");
         return false;
     }
-    const kxStringRef name = kxImageUtils::getFileName(path);
+    // The name may say more or less than that of the file; lists are made from either.
+    const kxStringRef name = kxImageUtils::getFileName(path), fileName = kxImageUtils::getFileName(image._uri);
     bool isListed = false;
     for (const kxStringObj* listed : *_imageList)
-        isListed |= listed->getString() == name;
+        isListed |= listed->getString() == name || (!fileName.isEmpty() && listed->getString() == fileName);
     if (isListed != _isExclude)
         return true;
     if (_isExclude)
@@ -329,9 +354,17 @@ void kxConvertImage::convertImage(kxImage* image, KX_GFX_TEXTURE_FORMAT format, 
     bool isConverted;
     if (kxImage::isIndexed(source) ? source == x_8 && format == x_4 : kxImage::isIndexed(format))
     {
+        // A palette that turns out too small for the image must not cost it the one that it has.
+        kxSmartPointer<kxImage> original;
         if (kxImage::isIndexed(source))
+        {
+            original = kxNew<kxImage>();
+            original->copyFrom(image);
             image->convert(rgba_8888_32, image);
+        }
         isConverted = palettize(*image, format);
+        if (!isConverted && original)
+            image->copyFrom(original);
     }
     else
         isConverted = convertDirectly(*image, format);
@@ -342,13 +375,14 @@ void kxConvertImage::convertImage(kxImage* image, KX_GFX_TEXTURE_FORMAT format, 
         return;
     }
     const auto newBytes = static_cast<int>(image->getByteSize());
-    _totalSizeSavings += oldBytes - newBytes;
+    _totalSizeSavings = static_cast<int32_t>(
+        std::clamp<int64_t>(int64_t(_totalSizeSavings) + oldBytes - newBytes, INT32_MIN, INT32_MAX));
     printf("converted %s from (%d bytes) (%d bpp) to format %d (%d bytes)(%d bpp)\n", name.c_str(), oldBytes, oldBits,
            static_cast<int>(image->getFormat()), newBytes, static_cast<int>(image->getTotalBitsPerPixel()));
     if (image->getFormat() != source)
     {
         count("images converted");
-        count("bytes saved", oldBytes - newBytes);
+        count("bytes of pixels saved", oldBytes - newBytes);
     }
 }
 

@@ -14,6 +14,11 @@ using namespace Kel::Gfx;
 /// Converts every image of a scene into one format, palettes included, and says for each what became of it. A name list takes
 /// images out, or is the list of the only ones to convert.
 ///
+/// Where a format has one bit of alpha, and in palettes for images of one or two different alphas, an alpha of 127 becomes 0
+/// and one of 128 becomes 255. In dxt1 a pixel whose alpha is below 128 also loses its colour: it is black, and shows so in a
+/// material that does not look at the alpha. An image that is in blocks already is decoded and coded again, and keeps its
+/// first level alone.
+///
 /// The settings go back to their defaults after each application, so one configuration serves one application.
 class kxConvertImage : public kxOptVisitObject
 {
@@ -49,6 +54,8 @@ class kxConvertImage : public kxOptVisitObject
     void setConvertIfSmaller(bool convert) { _convertIfSmaller = convert; }
 
     bool configure(int section) override;
+    /// Names of formats and orders in any case, and the words of `isExclude`.
+    bool readsItself(kxStringRef key, std::string_view value) const override;
     void visitor(kxObject* object) override;
     void postVisit() override;
     kxMetaObject* getVisitedObjectMeta() override;

@@ -17,7 +17,8 @@ enum kxQuantizeImagePhaseEnum : int32_t
 const kxMetaEnum& kxMetaEnumOf(kxQuantizeImagePhaseEnum);
 
 /// Reduces one image to a palette: a median cut over a colour histogram makes the palette, of which black and white are
-/// always part, and every pixel gets the index of the nearest colour. The same image gives the same bytes in every run.
+/// always part, and every pixel gets the index of the nearest colour. An image of one or two different alphas gets a palette
+/// of the alphas 0 (for those below 128) and 255. The same image gives the same bytes in every run.
 class kxQuantizeImage : public kxObject
 {
     KX_OBJECT(kxQuantizeImage, kxObject)

@@ -1,8 +1,6 @@
 #include "opt/image/kxResizeImage.h"
 
 #include "opt/framework/kxOptInterface.h"
-#include "platform/attrs/kxTextureBindAttr.h"
-#include "platform/core/kxDirectory.h"
 
 #include <algorithm>
 #include <bit>
@@ -61,81 +59,49 @@ bool kxResizeImage::configure(int section)
     return true;
 }
 
-// What textures are used for
-
-namespace
-{
-
-/// Uses are known by the names that files give them, those of extensions with the extension in front.
-kxZoomMeaning meaningOf(std::string_view slot)
-{
-    const std::string_view property = slot.substr(slot.find_last_of('/') + 1); // the whole when there is no slash
-    if (property.ends_with("olorTexture") || property == "emissiveTexture" || property == "diffuseTexture" ||
-        property == "specularGlossinessTexture")
-        return kxZoomMeaning::LINEAR_COLORS;
-    if (property.ends_with("ormalTexture"))
-        return kxZoomMeaning::NORMALS;
-    return kxZoomMeaning::NUMBERS;
-}
-
-} // namespace
-
-void kxResizeImage::collectUses(kxObject* root)
-{
-    const auto directory = kxNew<kxDirectory>();
-    directory->addEntry(root, kxStringRef());
-    for (uint32_t i = 0, count = directory->getSharedEntryCount(); i < count; ++i)
-    {
-        const auto* bind = kxCast<kxTextureBindAttr>(directory->getSharedObject(i));
-        const kxImage* image = bind && bind->getTexture() ? bind->getTexture()->getImage(0) : nullptr;
-        if (!image || bind->_slot.isEmpty())
-            continue;
-        const kxZoomMeaning meaning = meaningOf(bind->_slot.view());
-        const auto [at, isNew] = m_meanings.emplace(image, meaning);
-        // Put to several uses, it is averaged as what it is stored as: plain numbers.
-        if (!isNew && at->second != meaning)
-            at->second = kxZoomMeaning::NUMBERS;
-    }
-}
-
+// A run that was cancelled ends without `postVisit`; what it left behind is forgotten here.
 bool kxResizeImage::applyInfo(kxInfo* info)
 {
-    collectUses(info);
+    m_done.clear();
+    m_uses.clear();
+    m_uses.collect(info);
     return kxOptVisitObject::applyInfo(info);
 }
 
 bool kxResizeImage::apply(kxSmartPointer<kxNode>& root)
 {
-    if (root)
-        collectUses(root);
+    m_done.clear();
+    m_uses.clear();
+    m_uses.collect(root);
     return kxOptVisitObject::apply(root);
 }
 
 bool kxResizeImage::applyToInfos()
 {
+    m_done.clear();
+    m_uses.clear();
     if (_optInterface && _optInterface->getInfos())
         for (kxInfo* info : *_optInterface->getInfos())
-            collectUses(info);
+            m_uses.collect(info);
     return kxOptVisitObject::applyToInfos();
 }
 
 void kxResizeImage::visitor(kxObject* object)
 {
     auto* texture = kxCast<kxTextureAttr>(object);
-    kxImage* image = texture ? texture->getImage(0) : nullptr;
-    if (!image)
+    if (!texture || !texture->getFirstImage())
         return;
     if (texture->isMipmapped() && !_resizeMipmap)
         return refuse("mipmapped", texture);
-    if (!m_done.insert(image).second)
-        return;
-    const auto meaning = m_meanings.find(image);
-    scaleAs(*image, meaning == m_meanings.end() ? kxZoomMeaning::COLORS : meaning->second);
+    // The images behind the first show the same picture to readers that know their kinds of files: they go with it.
+    for (kxImage* image : *texture->_imageList)
+        if (image && m_done.insert(image).second)
+            scaleAs(*image, m_uses.meaningOf(*image, kxZoomMeaning::COLORS));
 }
 
 void kxResizeImage::postVisit()
 {
-    m_meanings.clear();
+    m_uses.clear();
     m_done.clear();
 }
 
@@ -200,10 +166,12 @@ void kxResizeImage::scaleAs(kxImage& image, kxZoomMeaning meaning)
                static_cast<int>(width), static_cast<int>(height));
     if (width == oldWidth && height == oldHeight)
         return;
+    if (!image.ensurePixels())
+        return refuse("unreadable image", &image);
     auto zoom = kxNew<kxZoomImage>();
     auto destination = kxNew<kxImage>();
     if (!destination->resize(&image, width, height))
-        return refuse("a size of 0 or beyond the limit, or no pixels", &image);
+        return refuse("a size of 0 or beyond the limit", &image);
     zoom->setSource(&image);
     zoom->setDestination(destination);
     zoom->setMeaning(meaning);
@@ -215,7 +183,7 @@ void kxResizeImage::scaleAs(kxImage& image, kxZoomMeaning meaning)
     const auto oldBytes = static_cast<int64_t>(image.getByteSize());
     image.convert(destination->getFormat(), destination);
     count("images resized");
-    count("bytes saved", oldBytes - static_cast<int64_t>(image.getByteSize()));
+    count("bytes of pixels saved", oldBytes - static_cast<int64_t>(image.getByteSize()));
 }
 
 } // namespace Kel::Opt

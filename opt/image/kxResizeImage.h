@@ -1,11 +1,10 @@
 // Smaller textures.
 #pragma once
 
-#include "opt/image/kxZoomImage.h"
+#include "opt/image/kxImageUses.h"
 #include "opt/iterate/kxOptVisitObject.h"
 #include "platform/attrs/kxTextureAttr.h"
 
-#include <unordered_map>
 #include <unordered_set>
 
 namespace Kel::Opt
@@ -27,11 +26,12 @@ enum FilterType : int32_t
 };
 const kxMetaEnum& kxMetaEnumOf(FilterType);
 
-/// Resizes the first image of every texture by a factor, within limits. An image that several textures show is resized once.
+/// Resizes the images of every texture by a factor, within limits. An image that several textures show is resized once.
 ///
-/// What a texture is used for decides how its image is averaged: colours by the light they stand for and weighted by alpha,
-/// normals as directions, other data as plain numbers. Images of textures without a known use are weighted by alpha and
-/// otherwise averaged as they are stored.
+/// What a texture is used for decides how its image is averaged: colours by the light they stand for, normals as directions,
+/// other data as plain numbers. Where a material takes the alpha of its surface's colour for coverage (it is masked or
+/// blended), colours are weighted by alpha, so that those of transparent texels do not show. Images of textures without a
+/// known use are weighted by alpha and otherwise averaged as they are stored.
 class kxResizeImage : public kxOptVisitObject
 {
     KX_OBJECT(kxResizeImage, kxOptVisitObject)
@@ -77,11 +77,10 @@ class kxResizeImage : public kxOptVisitObject
     void scale(kxImage* image);
 
 private:
-    void collectUses(kxObject* root);
     void scaleAs(kxImage& image, kxZoomMeaning meaning);
     kxSmartPointer<kxStdFilterFun> createFilter() const;
 
-    std::unordered_map<const kxImage*, kxZoomMeaning> m_meanings; // of the images that the run will meet
+    kxImageUses m_uses; // of the images that the run will meet
     std::unordered_set<const kxImage*> m_done;
 };
 

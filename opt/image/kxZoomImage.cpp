@@ -119,7 +119,8 @@ bool kxZoomImage::zoomComponents(kxImage& source, kxImage& destination) const
     coding.componentCount = components;
     coding.hasAlpha = info.hasAlpha();
     coding.isWeightedByAlpha = isColor && coding.hasAlpha && components > 1;
-    coding.isLinearLight = m_meaning == kxZoomMeaning::LINEAR_COLORS && source.getFormat() != a_8;
+    coding.isLinearLight =
+        (m_meaning == kxZoomMeaning::LINEAR_COLORS || m_meaning == kxZoomMeaning::LIGHT) && source.getFormat() != a_8;
     coding.isDirection = m_meaning == kxZoomMeaning::NORMALS && components >= 3;
 
     const uint32_t oldWidth = source.getWidth(), oldHeight = source.getHeight();

@@ -17,6 +17,7 @@ enum class kxZoomMeaning
     NUMBERS,       ///< each component for itself
     COLORS,        ///< colours count by their alpha, so that those of transparent pixels do not show
     LINEAR_COLORS, ///< the same, and averages are those of light, not of its coded values
+    LIGHT,         ///< averages of light; the alpha is a number of its own that colours do not depend on
     NORMALS        ///< directions: scaled to unit length afterwards
 };
 

@@ -16,6 +16,7 @@
 #include "platform/sg/kxLightSet.h"
 #include "platform/sg/kxLightStateSet.h"
 #include "platform/sg/kxLod.h"
+#include "platform/sg/kxMaterialVariant.h"
 #include "platform/sg/kxMesh.h"
 #include "platform/sg/kxModelViewMatrixBoneSelect.h"
 #include "platform/sg/kxOverrideAttrSet.h"
@@ -356,17 +357,19 @@ private:
             {
                 for (const kxAttr* element : *set->_geometryAttrs)
                     if (element)
-                        addVertices(element, variants);
+                        addVertices(element, variants, geometry);
             }
             else
-                addVertices(attr, variants);
+                addVertices(attr, variants, geometry);
         }
     }
 
-    void addVertices(const kxAttr* attr, const kxLook& variants)
+    void addVertices(const kxAttr* attr, const kxLook& variants, const kxGeometry* geometry)
     {
         kxLook look = m_list.m_hash.hashValue(attr);
         look.add(variants);
+        if (variants.images)
+            noteVariants(look.images, *geometry->_variants);
         add(GEOMETRY, look);
         const auto isPalette = [](const Setting& setting)
         { return setting.type == kxVertexBlendMatrixListAttr::staticMetaObject(); };
@@ -375,6 +378,24 @@ private:
             palette == m_table.end()
                 ? m_list.addSurface(attr, look, variants.value, nullptr, 0)
                 : m_list.addSurface(attr, look, variants.value, palette->attr, palette->look.value);
+    }
+
+    uint32_t sampleOf(const kxTextureBindAttr* bind)
+    {
+        const kxImage* image = bind && bind->_texture ? bind->_texture->getFirstImage() : nullptr;
+        return image ? m_list.m_images.add(image, m_list.m_hash.hashValue(image).images) : kxImageSamples::kNone;
+    }
+
+    void noteVariants(uint64_t images, const kxMaterialVariantList& variants)
+    {
+        const auto [at, isNew] = m_list.m_contentImages.try_emplace(images);
+        if (!isNew)
+            return;
+        for (const kxMaterialVariant* variant : variants)
+            for (uint32_t i = 0; variant && i < variant->_attrs->getCount(); ++i)
+                if (const uint32_t sample = sampleOf(kxCast<kxTextureBindAttr>(variant->_attrs->get(i)));
+                    sample != kxImageSamples::kNone)
+                    at->second.push_back(sample);
     }
 
     // A driven node always counts, whether something is drawn below it or not: vertices elsewhere may follow it.
@@ -414,6 +435,7 @@ private:
         draw.content = content.value;
         draw.attributes = attributes.value;
         draw.images = attributes.images + content.images;
+        draw.contentImages = content.images;
         draw.conditions = step.conditions;
         storeMatrix(matrix, draw.matrix);
         draw.kind = kind;
@@ -433,7 +455,8 @@ private:
         for (const Setting& setting : m_table)
         {
             const auto* bind = kxCast<kxTextureBindAttr>(setting.attr);
-            attributes.push_back({setting.type->getName(), bind ? bind->_slot : kxStringRef(), setting.look});
+            attributes.push_back(
+                {setting.type->getName(), bind ? bind->_slot : kxStringRef(), setting.look, sampleOf(bind)});
         }
         std::sort(attributes.begin() + first, attributes.end(),
                   [](const Attribute& a, const Attribute& b)
@@ -524,10 +547,16 @@ std::string kxDrawList::getPath(const Draw& draw) const
 
 std::span<const kxDrawList::Attribute> kxDrawList::getAttributes(const Draw& draw) const
 {
-    const auto at = m_states.find(draw.attributes + draw.images);
+    const auto at = m_states.find(draw.attributes + draw.images - draw.contentImages);
     if (at == m_states.end())
         return {};
     return std::span(m_attributes).subspan(at->second.first, at->second.count);
+}
+
+std::span<const uint32_t> kxDrawList::getContentImages(const Draw& draw) const
+{
+    const auto at = m_contentImages.find(draw.contentImages);
+    return at == m_contentImages.end() ? std::span<const uint32_t>() : std::span<const uint32_t>(at->second);
 }
 
 } // namespace Kel::Opt

@@ -1,6 +1,7 @@
 // What a scene shows: everything drawn, with its place and attributes.
 #pragma once
 
+#include "opt/verify/kxImageSamples.h"
 #include "opt/verify/kxPictureHash.h"
 #include "opt/verify/kxSurface.h"
 #include "platform/core/kxInfo.h"
@@ -38,10 +39,11 @@ public:
 
     struct Draw
     {
-        uint64_t content;    ///< vertex data, projection, light or name
-        uint64_t attributes; ///< attributes in effect, by type and unit, without their images
-        uint64_t images;     ///< images of the attributes in effect
-        uint64_t conditions; ///< switch children, distance ranges, skins, weights, passes and movers of the path
+        uint64_t content;       ///< vertex data, projection, light or name
+        uint64_t attributes;    ///< attributes in effect, by type and unit, without their images
+        uint64_t images;        ///< images of the attributes in effect and of the content
+        uint64_t contentImages; ///< those of the content alone, which its material variants show
+        uint64_t conditions;    ///< switch children, distance ranges, skins, weights, passes and movers of the path
         std::array<float, 12> matrix; ///< rows x, y, z and translation of the path's matrix, three numbers each
         Kind kind;
         uint32_t path;    ///< for getPath
@@ -81,9 +83,17 @@ public:
         kxStringRef type;
         kxStringRef slot; ///< use of a texture, null for other attributes
         kxLook look;
+        uint32_t image; ///< sample of what it shows, for `getImages`; `kxImageSamples::kNone` when there is none
     };
     /// The attributes behind a draw's `attributes` and `images`, sorted by type and use; valid until the list grows.
     std::span<const Attribute> getAttributes(const Draw& draw) const;
+
+    /// The images of the textures in effect and of material variants, as they were.
+    const kxImageSamples& getImages() const { return m_images; }
+    /// Samples behind a draw's `contentImages`, in the order of the variants; empty when there are none.
+    std::span<const uint32_t> getContentImages(const Draw& draw) const;
+    /// Before collecting: images can be compared within a tolerance later. Costs the pixels of those that no file holds.
+    void setKeepPixels(bool keep) { m_images.setKeepPixels(keep); }
 
 private:
     class Walk;
@@ -104,6 +114,7 @@ private:
                         uint64_t paletteHash);
 
     kxPictureHash m_hash;
+    kxImageSamples m_images;
     uint64_t m_sceneCount = 0;
     bool m_complete = true;
     std::vector<Draw> m_draws;
@@ -112,6 +123,7 @@ private:
     std::vector<uint64_t> m_paletteHashes;
     std::unordered_map<uint64_t, uint32_t> m_surfaceNumbers; // + 1, 0 for none, by content and palette
     std::vector<Attribute> m_attributes;
+    std::unordered_map<uint64_t, std::vector<uint32_t>> m_contentImages; // by a draw's `contentImages`
     std::unordered_map<uint64_t, AttributeRange> m_states; // of `m_attributes`, by the sum of a draw's two hashes
 };
 

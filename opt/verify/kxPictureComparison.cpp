@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <unordered_map>
 
 namespace Kel::Opt
@@ -96,7 +97,33 @@ public:
 
     void match(std::vector<size_t>& onlyInA, std::vector<size_t>& onlyInB)
     {
-        std::vector<Entry> a = sortedEntries(m_a), b = sortedEntries(m_b);
+        matchEntries(sortedEntries(m_a, nullptr), sortedEntries(m_b, nullptr), onlyInA, onlyInB);
+    }
+
+    // The same for draws that have no partner yet, whose images may be other ones where `areAlike` says so.
+    using AreAlike = std::function<bool(const Draw& a, const Draw& b)>;
+    void matchAlike(const AreAlike& areAlike, std::vector<size_t>& onlyInA, std::vector<size_t>& onlyInB)
+    {
+        m_areAlike = &areAlike;
+        std::vector<Entry> a = sortedEntries(m_a, &onlyInA), b = sortedEntries(m_b, &onlyInB);
+        onlyInA.clear();
+        onlyInB.clear();
+        matchEntries(std::move(a), std::move(b), onlyInA, onlyInB);
+        m_areAlike = nullptr;
+    }
+
+private:
+    struct Entry
+    {
+        uint64_t contents;
+        double sum;
+        uint32_t index;
+        bool matched;
+    };
+
+    void matchEntries(std::vector<Entry> a, std::vector<Entry> b, std::vector<size_t>& onlyInA,
+                      std::vector<size_t>& onlyInB) const
+    {
         for (size_t startA = 0, startB = 0; startA < a.size();)
         {
             const uint64_t contents = a[startA].contents;
@@ -115,27 +142,22 @@ public:
         collectUnmatched(b, onlyInB);
     }
 
-private:
-    struct Entry
-    {
-        uint64_t contents;
-        double sum;
-        uint32_t index;
-        bool matched;
-    };
-
     uint64_t classOf(const Draw& draw) const
     {
         const uint64_t parts[5] = {draw.kind, draw.content, draw.attributes, draw.conditions,
-                                   m_options.ignoreImages ? 0 : draw.images};
+                                   m_options.ignoreImages || m_areAlike ? 0 : draw.images};
         return hashBytes(parts, sizeof parts);
     }
 
-    std::vector<Entry> sortedEntries(const std::vector<Draw>& draws) const
+    // Of all draws, or of those with the indices.
+    std::vector<Entry> sortedEntries(const std::vector<Draw>& draws, const std::vector<size_t>* indices) const
     {
-        std::vector<Entry> entries(draws.size());
-        for (size_t i = 0; i < draws.size(); ++i)
-            entries[i] = {classOf(draws[i]), weightedSum(draws[i]), static_cast<uint32_t>(i), false};
+        std::vector<Entry> entries(indices ? indices->size() : draws.size());
+        for (size_t i = 0; i < entries.size(); ++i)
+        {
+            const size_t index = indices ? (*indices)[i] : i;
+            entries[i] = {classOf(draws[index]), weightedSum(draws[index]), static_cast<uint32_t>(index), false};
+        }
         std::sort(entries.begin(), entries.end(),
                   [](const Entry& a, const Entry& b)
                   {
@@ -190,7 +212,8 @@ private:
             while (next < b.size() && (b[next].matched || b[next].sum < entry.sum - widest))
                 ++next;
             for (size_t at = next; at < b.size() && b[at].sum <= entry.sum + window; ++at)
-                if (!b[at].matched && isNear(draw, m_b[b[at].index], reach))
+                if (!b[at].matched && isNear(draw, m_b[b[at].index], reach) &&
+                    (!m_areAlike || (*m_areAlike)(draw, m_b[b[at].index])))
                 {
                     entry.matched = b[at].matched = true;
                     break;
@@ -202,7 +225,38 @@ private:
     const std::vector<Draw>& m_b;
     const kxPictureComparison::Options& m_options;
     double m_extent;
+    const AreAlike* m_areAlike = nullptr;
 };
+
+bool isSameContent(const kxDrawList& listA, const Draw& a, const kxDrawList& listB, const Draw& b, kxImageMatch& images)
+{
+    if (a.contentImages == b.contentImages)
+        return true;
+    const auto inA = listA.getContentImages(a), inB = listB.getContentImages(b);
+    return !inA.empty() && std::equal(inA.begin(), inA.end(), inB.begin(), inB.end(),
+                                      [&](uint32_t x, uint32_t y)
+                                      { return images.isSame(listA.getImages().get(x), listB.getImages().get(y)); });
+}
+
+// The draws differ in images at most, and those are the same by `images`.
+bool areAlike(const kxDrawList& listA, const Draw& a, const kxDrawList& listB, const Draw& b, kxImageMatch& images)
+{
+    if (a.images == b.images && a.contentImages == b.contentImages)
+        return true;
+    const auto inA = listA.getAttributes(a), inB = listB.getAttributes(b);
+    if (inA.empty() && a.images - a.contentImages != b.images - b.contentImages)
+        return false;
+    return std::equal(inA.begin(), inA.end(), inB.begin(), inB.end(),
+                      [&](const kxDrawList::Attribute& x, const kxDrawList::Attribute& y)
+                      {
+                          if (x.look == y.look)
+                              return true;
+                          return x.look.value == y.look.value && x.image != kxImageSamples::kNone &&
+                                 y.image != kxImageSamples::kNone &&
+                                 images.isSame(listA.getImages().get(x.image), listB.getImages().get(y.image));
+                      }) &&
+           isSameContent(listA, a, listB, b, images);
+}
 
 } // namespace
 
@@ -214,6 +268,9 @@ bool kxPictureComparison::compare(const kxDrawList& a, const kxDrawList& b)
     if (matching.isSameInOrder())
         return true;
     matching.match(m_onlyInA, m_onlyInB);
+    if (!m_options.ignoreImages && !m_onlyInA.empty() && !m_onlyInB.empty())
+        matching.matchAlike([&](const Draw& x, const Draw& y) { return areAlike(a, x, b, y, m_images); }, m_onlyInA,
+                            m_onlyInB);
     matchSurfaces(a, b, m_options.ignoreImages, m_onlyInA, m_onlyInB);
     return m_onlyInA.empty() && m_onlyInB.empty();
 }
@@ -243,8 +300,22 @@ std::string nameOf(const kxDrawList::Attribute& attribute)
     return name;
 }
 
+// Nothing for images that are the same.
+std::string imageDifferenceOf(const kxDrawList& listA, const kxDrawList::Attribute& a, const kxDrawList& listB,
+                              const kxDrawList::Attribute& b, kxImageMatch& images)
+{
+    if (a.image == kxImageSamples::kNone || b.image == kxImageSamples::kNone)
+        return " has another image";
+    const kxImageSamples::Sample &x = listA.getImages().get(a.image), &y = listB.getImages().get(b.image);
+    if (images.isSame(x, y))
+        return "";
+    const double difference = images.getDifference(x, y);
+    return difference < 0 ? " has another image" : kxFormat(" has another image (difference %.3g of 255)", difference);
+}
+
 // What differs between two draws that belong together by their contents.
-std::string differenceOf(const kxDrawList& listA, const Draw& a, const kxDrawList& listB, const Draw& b)
+std::string differenceOf(const kxDrawList& listA, const Draw& a, const kxDrawList& listB, const Draw& b,
+                         kxImageMatch& images, bool ignoreImages)
 {
     std::string text;
     auto add = [&](const std::string& part) { text.append(text.empty() ? "" : ", ").append(part); };
@@ -265,13 +336,16 @@ std::string differenceOf(const kxDrawList& listA, const Draw& a, const kxDrawLis
                 add(nameOf(attribute) + " is gone");
             else if (other->look.value != attribute.look.value)
                 add(nameOf(attribute) + " differs");
-            else if (other->look.images != attribute.look.images)
-                add(nameOf(attribute) + " has another image");
+            else if (other->look.images != attribute.look.images && !ignoreImages)
+                if (const std::string text = imageDifferenceOf(listA, attribute, listB, *other, images); !text.empty())
+                    add(nameOf(attribute) + text);
         }
         for (const kxDrawList::Attribute& attribute : inB)
             if (!find(inA, attribute))
                 add(nameOf(attribute) + " is new");
     }
+    if (!ignoreImages && !isSameContent(listA, a, listB, b, images))
+        add("a texture of its material variants has another image");
     if (a.conditions != b.conditions)
         add("conditions of the path differ");
     double moved = 0;
@@ -315,8 +389,9 @@ std::vector<std::string> kxPictureComparison::describe(const kxDrawList& a, cons
         add(
             [&]
             {
-                return kxFormat("%s %s: %s", nameOf(draw.kind), a.getPath(draw).c_str(),
-                                differenceOf(a, draw, b, b.getDraws()[partner]).c_str());
+                return kxFormat(
+                    "%s %s: %s", nameOf(draw.kind), a.getPath(draw).c_str(),
+                    differenceOf(a, draw, b, b.getDraws()[partner], m_images, m_options.ignoreImages).c_str());
             });
     }
     for (size_t index : m_onlyInB)

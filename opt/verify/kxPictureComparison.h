@@ -2,6 +2,7 @@
 #pragma once
 
 #include "opt/verify/kxDrawList.h"
+#include "opt/verify/kxImageMatch.h"
 
 namespace Kel::Opt
 {
@@ -10,9 +11,10 @@ namespace Kel::Opt
 ///
 /// Two draws are the same when kind, vertex data, attributes and conditions are equal and their matrices differ by at
 /// most the tolerance: each number of the linear part by `tolerance` times the part's largest number, the translation
-/// by `tolerance` times its own largest number plus a hundredth of the scene's extent. Geometry that was cut, or dealt out to several vertex data,
-/// is the same when the pieces together cover the same with the same attributes (`kxSurface`). Cost: n log n; lists in the same
-/// order are compared in one pass.
+/// by `tolerance` times its own largest number plus a hundredth of the scene's extent. Geometry that was cut, or dealt
+/// out to several vertex data, is the same when the pieces together cover the same with the same attributes
+/// (`kxSurface`). Cost: n log n; lists in the same order are compared in one pass. Images with other bytes are the same
+/// when their pixels are, or differ within a tolerance; only draws that have no partner by their bytes are looked at so.
 class kxPictureComparison
 {
 public:
@@ -22,10 +24,11 @@ public:
         bool ignoreImages = false; ///< textures count without their images
         /// How far clips may move things apart, as a part of the extent of what moves (`compareMotion`).
         double motionTolerance = 1e-3;
+        double imageTolerance = 0; ///< `imageDifference` that does not count; lists must have been collected for one
     };
 
     kxPictureComparison() = default;
-    explicit kxPictureComparison(const Options& options) : m_options(options) {}
+    explicit kxPictureComparison(const Options& options) : m_options(options), m_images(options.imageTolerance) {}
 
     /// True when both lists show the same picture.
     bool compare(const kxDrawList& a, const kxDrawList& b);
@@ -40,6 +43,7 @@ public:
 
 private:
     Options m_options;
+    mutable kxImageMatch m_images; // remembers what it found out
     std::vector<size_t> m_onlyInA, m_onlyInB;
 };
 

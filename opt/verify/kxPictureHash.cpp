@@ -127,6 +127,8 @@ kxLook kxPictureHash::hashContents(const kxObject* object)
         look.add(hashValue(skin->_inverseBindMatrices));
         return look;
     }
+    if (const auto* texture = kxCast<kxTextureAttr>(object))
+        return hashTexture(texture, look);
     const auto* image = kxCast<kxImage>(object);
     if (image && image->_encoded)
         // Encoded bytes are there until the pixels change; that somebody looked at the pixels changes nothing.
@@ -137,6 +139,17 @@ kxLook kxPictureHash::hashContents(const kxObject* object)
     if (image && !image->_pixels)
         look.add({image->_uri.getHash()}); // all that is known of an image that was not there
     return image ? kxLook{kImageHash, look.value} : look;
+}
+
+kxLook kxPictureHash::hashTexture(const kxTextureAttr* texture, kxLook look)
+{
+    static const kxStringRef imageList("_imageList"), imageExtensions("_imageExtensions");
+    for (const kxMetaField* field : texture->getMetaObject()->getFields())
+        if (!isLabel(field) && field->getName() != imageList && field->getName() != imageExtensions)
+            look.add(hashField(field, texture));
+    if (const kxImage* image = texture->getFirstImage())
+        look.images = combineHash(look.images, hashValue(image).images);
+    return look;
 }
 
 kxLook kxPictureHash::hashField(const kxMetaField* field, const kxObject* object)

@@ -1,6 +1,7 @@
 // What objects look like, as numbers.
 #pragma once
 
+#include "platform/attrs/kxTextureAttr.h"
 #include "platform/core/kxTSerialMap.h"
 #include "platform/sg/kxNode.h"
 
@@ -9,6 +10,7 @@
 namespace Kel::Opt
 {
 
+using namespace Kel::Attrs;
 using namespace Kel::Core;
 using namespace Kel::Sg;
 
@@ -24,7 +26,7 @@ struct kxLook
 
 /// Hashes of how objects look: of their values, never of identities, so that what two loads of a file give can be
 /// compared. Names, user data and where a thing stands in its file do not count; nodes that an object refers to count
-/// by their names.
+/// by their names. Of a texture's images the first counts: the others show the same to readers that know other kinds of files.
 ///
 /// Hashes are kept by object: the objects must neither change nor go between two calls of `forget`.
 class kxPictureHash
@@ -45,6 +47,7 @@ private:
     using FieldList = std::vector<const kxMetaField*>;
 
     kxLook hashContents(const kxObject* object);
+    kxLook hashTexture(const kxTextureAttr* texture, kxLook look);
     kxLook hashField(const kxMetaField* field, const kxObject* object);
     const FieldList& getDrawingFields(const kxMetaObject* type);
 

@@ -19,6 +19,8 @@ void kxVerifyPicture::listFields(kxFields<kxVerifyPicture>& fields)
     fields.add(&kxVerifyPicture::_remember, "_remember", "remember the picture as it is now, in place of comparing it");
     fields.add(&kxVerifyPicture::_motionTolerance, "_motionTolerance",
                "distance of what clips move that does not count, as a part of the extent of what moves");
+    fields.add(&kxVerifyPicture::_imageTolerance, "_imageTolerance",
+               "root mean square difference of images that does not count, in steps of 255");
 }
 
 bool kxVerifyPicture::configure(int)
@@ -50,6 +52,7 @@ bool kxVerifyPicture::apply(kxSmartPointer<kxNode>& root)
 bool kxVerifyPicture::verify(const kxSceneInfo* scene, kxNode* root)
 {
     const auto picture = std::make_shared<kxDrawList>();
+    picture->setKeepPixels(_imageTolerance > 0);
     if (scene)
         picture->collect(scene);
     else
@@ -87,7 +90,10 @@ bool kxVerifyPicture::verify(const kxSceneInfo* scene, kxNode* root)
         return true;
     }
     count("draws compared", drawCount);
-    kxPictureComparison comparison({_tolerance, _ignoreImages, _motionTolerance});
+    kxPictureComparison comparison({.tolerance = _tolerance,
+                                    .ignoreImages = _ignoreImages,
+                                    .motionTolerance = _motionTolerance,
+                                    .imageTolerance = _imageTolerance});
     const bool isSame = comparison.compare(*remembered, *picture);
     const std::vector<std::string> moved = compareMotion(*rememberedMotion, *motion, _motionTolerance, _maxLines);
     if (isSame && moved.empty())

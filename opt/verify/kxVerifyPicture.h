@@ -24,6 +24,7 @@ class kxVerifyPicture : public kxOptBase
     uint32_t _maxLines = 20;
     bool _remember = false;
     float _motionTolerance = 1e-3f;
+    float _imageTolerance = 0;
 
     bool configure(int section) override;
     bool applyInfo(kxInfo* info) override;

@@ -9,9 +9,9 @@ KX_IMPLEMENT(kxTextureAttrList)
 void kxTextureAttr::listFields(kxFields<kxTextureAttr>& fields)
 {
     fields.add(&kxTextureAttr::_imageList, "_imageList",
-               "the images; the first is the one that every reader knows, null when there is none");
+               "the images, the same picture in several kinds of files; the one that every reader knows comes first");
     fields.add(&kxTextureAttr::_imageExtensions, "_imageExtensions",
-               "for each image the extension that names it, empty for the first");
+               "for each image the extension that names it, empty for the one that every reader knows");
     fields.add(&kxTextureAttr::_flags, "_flags", "bit 0: the texture is mipmapped");
     fields.add(&kxTextureAttr::_hasSampler, "_hasSampler", "the file gives a sampler");
     fields.add(&kxTextureAttr::_magFilter, "_magFilter", "filter when magnified, 0 unset");

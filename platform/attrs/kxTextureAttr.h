@@ -32,6 +32,14 @@ class kxTextureAttr : public kxAttr
     {
         return index < _imageList->getCount() ? _imageList->get(index) : nullptr;
     }
+    /// The first image there is, null when there is none.
+    kxImage* getFirstImage() const
+    {
+        for (kxImage* image : *_imageList)
+            if (image)
+                return image;
+        return nullptr;
+    }
 };
 
 KX_OBJECT_LIST(kxTextureAttrList, kxTextureAttr)

@@ -34,6 +34,10 @@ void kxImage::listFields(kxFields<kxImage>& fields)
                "how a lossy file thins out colours: 10 times the factor across plus the factor down, 0 for none");
     fields.add(&kxImage::_gamma, "_gamma", "gamma that the file gives, in 1/100000, 0 for none");
     fields.add(&kxImage::_colorProfile, "_colorProfile", "colour profile that the file carries");
+    fields.add(&kxImage::_srgbIntent, "_srgbIntent",
+               "rendering intent of a file that calls its colours sRGB, plus 1; 0 for none");
+    fields.add(&kxImage::_chromaticities, "_chromaticities",
+               "x and y of white, red, green and blue that the file gives, in 1/100000, each of 32 bits");
 }
 
 bool kxImage::userCheckLoaded(std::string& fault) const
@@ -181,6 +185,8 @@ bool kxImage::ensurePixels()
     _subsampling = decoded->_subsampling;
     _gamma = decoded->_gamma;
     _colorProfile = decoded->_colorProfile;
+    _srgbIntent = decoded->_srgbIntent;
+    _chromaticities = decoded->_chromaticities;
     if (_mimeType.isEmpty())
         _mimeType = codec->getMimeType();
     return true;

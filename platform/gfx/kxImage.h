@@ -41,6 +41,8 @@ class kxImage : public kxObject
     uint32_t _subsampling = 0;
     uint32_t _gamma = 0;
     kxSmartPointer<kxMemoryBlock> _colorProfile;
+    uint32_t _srgbIntent = 0;
+    kxSmartPointer<kxMemoryBlock> _chromaticities;
 
     kxStringRef getName() const { return _name; }
     /// Name for messages and name lists: the name, else the path of the image's own file, else null.

@@ -97,6 +97,12 @@ void addCompareCommand(CLI::App& program, kxAction& action)
                      "how far clips may move things apart, as a part of the extent of what moves")
         ->check(CLI::NonNegativeNumber)
         ->capture_default_str();
+    command
+        ->add_option("--image-tolerance", settings->options.imageTolerance,
+                     "root mean square difference of images that does not count, in steps of 255")
+        ->check(CLI::NonNegativeNumber)
+        ->type_name("RMSE")
+        ->capture_default_str();
     command->add_flag("--allow-outside", settings->allowOutside,
                       "follow references to files outside the scenes' folders");
     command->footer("Exit status: 0 the same picture, 1 different ones, 2 unusable arguments or input.");

@@ -28,6 +28,7 @@ struct Settings
     std::string output;
     bool allowOutside = false;
     bool writeVolumes = false;
+    bool noFallback = false;
 };
 
 int convert(const Settings& settings)
@@ -40,6 +41,7 @@ int convert(const Settings& settings)
     const kxSmartPointer<Gltf::kxGltfOptions> options = kxNew<Gltf::kxGltfOptions>();
     options->_writeVolumes = settings.writeVolumes;
     options->_allowOutside = settings.allowOutside;
+    options->_noFallback = settings.noFallback;
     service->setFileOptions(options);
     kxSmartPointer<Sg::kxSceneInfo> scene;
     if (!service->loadFile(settings.input.c_str(), scene))
@@ -61,6 +63,8 @@ void addConvertCommand(CLI::App& program, kxAction& action)
                       "write the boxes around nodes into a glTF result, as extras");
     command->add_flag("--allow-outside", settings->allowOutside,
                       "follow references to files outside the scene's folder");
+    command->add_flag("--no-fallback", settings->noFallback,
+                      "write DDS images without a PNG for readers that do not know them");
     command->callback([settings, &action] { action = [settings] { return convert(*settings); }; });
 }
 

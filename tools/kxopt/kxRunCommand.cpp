@@ -15,6 +15,8 @@
 #include "opt/framework/kxUnreadKeys.h"
 #include "opt/verify/kxVerifyObserver.h"
 #include "platform/core/kxMappedFile.h"
+#include "platform/core/kxWrittenSizes.h"
+#include "platform/gfx/kxImageCodec.h"
 
 #include <CLI/CLI.hpp>
 
@@ -22,6 +24,7 @@
 #include <memory>
 
 using namespace Kel::Core;
+using namespace Kel::Gfx;
 using namespace Kel::Opt;
 
 namespace Kel::Tool
@@ -43,6 +46,8 @@ struct Settings
     bool keepGoing = false;
     bool allowOutside = false;
     bool writeVolumes = false;
+    bool noFallback = false;
+    kxPictureComparison::Options picture;
 };
 
 void printReportText(const char* text, size_t length, void*)
@@ -85,8 +90,9 @@ public:
         const bool completed = !wasInterrupted() && m_driver->apply(static_cast<kxInfo*>(nullptr));
         console.clearProgress();
         const bool succeeded = judge(completed);
-        m_summary.after = kxSceneAmounts::count(m_host->_file);
         const bool written = writeOutput(succeeded);
+        // Images are counted as they stand in the result, or would stand there.
+        m_summary.after = kxSceneAmounts::count(m_host->_file, [&](const kxImage& image) { return bytesOf(image); });
         if (m_report.hasBegun() && !m_settings.quiet && m_services->_logInterface->_verbose)
             std::fputs(describeRun(m_report.getSteps(), m_summary).c_str(), stdout);
         const bool reported = writeReport();
@@ -103,6 +109,8 @@ private:
         const kxSmartPointer<Gltf::kxGltfOptions> options = kxNew<Gltf::kxGltfOptions>();
         options->_writeVolumes = m_settings.writeVolumes;
         options->_allowOutside = m_settings.allowOutside;
+        options->_noFallback = m_settings.noFallback;
+        options->m_writtenSizes = &m_writtenSizes;
         m_host->setFileOptions(options);
 
         const kxSmartPointer<kxRegistry> script = loadScript(m_settings.script);
@@ -125,7 +133,7 @@ private:
         if (!loaded)
             return false;
         input.accept();
-        m_summary.before = kxSceneAmounts::count(m_host->_file);
+        m_summary.before = kxSceneAmounts::count(m_host->_file, getStoredBytes);
 
         m_services->setup(m_driver);
         m_driver->setRegistry(script);
@@ -134,8 +142,8 @@ private:
         m_driver->addObserver(&m_unreadKeys);
         if (m_settings.verify || m_settings.verifyEach)
         {
-            m_verifier = std::make_unique<kxVerifyObserver>(m_settings.verifyEach ? kxVerifyObserver::EACH_STEP
-                                                                                  : kxVerifyObserver::AT_END);
+            m_verifier = std::make_unique<kxVerifyObserver>(
+                m_settings.verifyEach ? kxVerifyObserver::EACH_STEP : kxVerifyObserver::AT_END, m_settings.picture, 20);
             m_driver->addObserver(m_verifier.get());
         }
         if (m_dump)
@@ -256,6 +264,17 @@ private:
         return written;
     }
 
+    uint64_t bytesOf(const kxImage& image) const
+    {
+        if (const uint64_t* bytes = m_writtenSizes.find(&image))
+            return *bytes;
+        if (!m_summary.output.empty() || image._encoded || !image._pixels)
+            return getStoredBytes(image);
+        kxImageFileForm form;
+        return kxImageCodec::encodeForFile(const_cast<kxImage&>(image), false, form) ? form.bytes->getSize()
+                                                                                     : getStoredBytes(image);
+    }
+
     bool writeReport() const
     {
         return m_settings.report.empty() || writeTextFile(m_settings.report, m_report.toJson(m_summary));
@@ -270,6 +289,7 @@ private:
     std::unique_ptr<kxFaultDump> m_dump;
     kxSmartPointer<kxOptManager> m_driver = kxNew<kxOptManager>(); // behind its observers: it goes before them
     kxRunReport::Summary m_summary;
+    kxWrittenSizes m_writtenSizes;
     int m_failedSteps = 0;
     bool m_incomplete = false;
 };
@@ -293,12 +313,21 @@ void addRunCommand(CLI::App& program, kxAction& action)
         command->add_flag("--verify", settings->verify, "fail when the result shows another picture than the input");
     command->add_flag("--verify-each", settings->verifyEach, "the same behind every step, which is named")
         ->excludes(verify);
+    command
+        ->add_option("--image-tolerance", settings->picture.imageTolerance,
+                     "with --verify or --verify-each: root mean square difference of images that does not count, in "
+                     "steps of 255")
+        ->check(CLI::NonNegativeNumber)
+        ->type_name("RMSE")
+        ->capture_default_str();
     command->add_flag("--keep-going", settings->keepGoing, "write the result although steps failed");
     command->add_flag("--quiet", settings->quiet, "print warnings and errors only");
     command->add_flag("--write-volumes", settings->writeVolumes,
                       "write the boxes around nodes into a glTF result, as extras");
     command->add_flag("--allow-outside", settings->allowOutside,
                       "follow references to files outside the scene's folder");
+    command->add_flag("--no-fallback", settings->noFallback,
+                      "write DDS images without a PNG for readers that do not know them");
     command->footer("Exit status: 0 done, 1 the run failed or was cancelled, 2 unusable arguments or input.");
     command->callback([settings, &action] { action = [settings] { return Run(*settings).execute(); }; });
 }

@@ -4,9 +4,9 @@
 #include "platform/attrs/kxTextureAttr.h"
 #include "platform/attrs/kxTextureBindAttr.h"
 #include "platform/core/kxTSerialMap.h"
-#include "platform/gfx/kxImage.h"
 #include "platform/sg/kxGeometry.h"
 #include "platform/sg/kxLightSet.h"
+#include "platform/sg/kxMaterialVariant.h"
 #include "platform/sg/kxSceneInfo.h"
 
 #include <algorithm>
@@ -103,6 +103,8 @@ private:
 class Counter
 {
 public:
+    explicit Counter(const kxSceneAmounts::ImageBytes& imageBytes) : m_imageBytes(imageBytes) {}
+
     void addScene(kxNode* root)
     {
         if (!root)
@@ -210,7 +212,13 @@ private:
             return;
         ++m_amounts.nodes;
         if (const auto* geometry = kxCast<kxGeometry>(node))
+        {
             m_amounts.triangles += static_cast<uint64_t>(std::max<int64_t>(0, geometry->getTriangleCount()));
+            if (geometry->_variants)
+                for (const kxMaterialVariant* variant : *geometry->_variants)
+                    for (uint32_t i = 0; variant && i < variant->_attrs->getCount(); ++i)
+                        addAttr(variant->_attrs->get(i));
+        }
         if (const auto* set = kxCast<kxAttrSet>(node))
             for (const kxAttr* attr : *set->getAttrs())
                 addAttr(attr);
@@ -248,11 +256,11 @@ private:
             if (!image || !isNew(image))
                 continue;
             ++m_amounts.images;
-            const kxMemoryBlock* bytes = image->_encoded ? image->_encoded : image->_pixels;
-            m_amounts.imageBytes += bytes ? bytes->getSize() : 0;
+            m_amounts.imageBytes += m_imageBytes(*image);
         }
     }
 
+    const kxSceneAmounts::ImageBytes& m_imageBytes;
     kxSceneAmounts m_amounts;
     Materials m_materials;
     std::unordered_set<uint64_t> m_values;
@@ -261,14 +269,20 @@ private:
 
 } // namespace
 
-kxSceneAmounts kxSceneAmounts::count(const kxFileInfo* file)
+kxSceneAmounts kxSceneAmounts::count(const kxFileInfo* file, const ImageBytes& imageBytes)
 {
-    Counter counter;
+    Counter counter(imageBytes);
     if (file)
         for (const kxInfo* info : *file->_infoList)
             if (const auto* scene = kxCast<kxSceneInfo>(info))
                 counter.addScene(scene->getSceneGraph());
     return counter.getAmounts();
+}
+
+uint64_t getStoredBytes(const Gfx::kxImage& image)
+{
+    const kxMemoryBlock* bytes = image._encoded ? image._encoded : image._pixels;
+    return bytes ? bytes->getSize() : 0;
 }
 
 } // namespace Kel::Tool

@@ -2,8 +2,10 @@
 #pragma once
 
 #include "platform/core/kxFileInfo.h"
+#include "platform/gfx/kxImage.h"
 
 #include <cstdint>
+#include <functional>
 
 namespace Kel::Tool
 {
@@ -20,10 +22,12 @@ struct kxSceneAmounts
     uint64_t materials = 0;          ///< combinations of material and textures that geometries are drawn with
     uint64_t textures = 0;
     uint64_t images = 0;
-    uint64_t imageBytes = 0; ///< as they stand in the file; pixels of images that were changed and not yet encoded
+    uint64_t imageBytes = 0; ///< as they stand in the file
 
-    /// Cost: one walk over the nodes, once for each material that they inherit, and a hash of every attribute.
-    static kxSceneAmounts count(const Core::kxFileInfo* file);
+    using ImageBytes = std::function<uint64_t(const Gfx::kxImage&)>;
+    /// `imageBytes` says what an image takes. Cost: one walk over the nodes, once for
+    /// each material that they inherit, and a hash of every attribute.
+    static kxSceneAmounts count(const Core::kxFileInfo* file, const ImageBytes& imageBytes);
 
     /// Calls `callback(name, amount)` for every amount, in the order above.
     template <class F>
@@ -41,5 +45,8 @@ struct kxSceneAmounts
         callback("imageBytes", imageBytes);
     }
 };
+
+/// Bytes of an image that came from a file: those of the image file, pixels where there is none.
+uint64_t getStoredBytes(const Gfx::kxImage& image);
 
 } // namespace Kel::Tool

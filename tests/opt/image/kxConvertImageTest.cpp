@@ -117,6 +117,48 @@ TEST_F(kxConvertImageTest, PalettesAboveTheThresholdAreDropped)
     EXPECT_EQ(black->getFormat(), x_8);
 }
 
+TEST_F(kxConvertImageTest, ARefusedPaletteLeavesTheOldOne)
+{
+    auto image = makeTestImage(x_8, 16, 16);
+    std::vector<uint8_t> colors(4 * 256);
+    for (size_t i = 0; i < colors.size(); ++i)
+        colors[i] = i % 4 == 3 ? 255 : static_cast<uint8_t>(i * 37);
+    image->_clut = kxClut::create(colors.data(), 256);
+    const std::vector<uint8_t> before = rgbaOf(*image);
+    convert->_palettizationThreshold = 1;
+    EXPECT_NE(run(image, x_4).find("NOT converted (image) from format (65536) to format (65537)\n"), std::string::npos);
+    EXPECT_EQ(image->getFormat(), x_8);
+    EXPECT_EQ(rgbaOf(*image), before);
+}
+
+TEST_F(kxConvertImageTest, SavingsStopAtWhatTheFieldHolds)
+{
+    convert->_totalSizeSavings = INT32_MAX - 10;
+    run(makeTestImage(rgb_888_24, 8, 4), rgb_565_16);
+    EXPECT_EQ(convert->getTotalSizeSavings(), INT32_MAX);
+}
+
+/// Values that only `configure` understands are no mistakes of the script; values that nobody understands are.
+TEST_F(kxConvertImageTest, WordsThatItReadsItselfAreNotWarnedOf)
+{
+    const struct
+    {
+        const char* line;
+        bool isWarned;
+    } cases[] = {{"isExclude = include", false}, {"isExclude = Exclude", false}, {"format = DXT1", false},
+                 {"format = dxt1", false},       {"order = psx2", false},        {"isExclude = never", true}};
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.line);
+        const kxReportCollector collector;
+        EXPECT_TRUE(configure(c.line));
+        convert->autoConfigure(0);
+        EXPECT_EQ(!collector.m_warnings.empty(), c.isWarned) << collector.m_warnings;
+    }
+    EXPECT_EQ(convert->_format, dxt1);
+    EXPECT_EQ(convert->_order, PSX2);
+}
+
 TEST_F(kxConvertImageTest, NameListsPickImages)
 {
     const struct
@@ -126,6 +168,7 @@ TEST_F(kxConvertImageTest, NameListsPickImages)
         std::vector<const char*> list;
         const char* name;
         const char* text; // null: converted
+        const char* uri = nullptr;
     } cases[] = {
         {"excluded", true, {"a.png"}, "textures/a.png", "Image (textures/a.png) excluded from conversion\n"},
         {"not excluded", true, {"a.png"}, "b.png", nullptr},
@@ -136,6 +179,9 @@ TEST_F(kxConvertImageTest, NameListsPickImages)
         {"no name, excluding", true, {"a.png"}, "", nullptr},
         {"no name, including", false, {"a.png"}, "", "Image not included in conversion because it has no name\n"},
         {"no name and no list", false, {}, "", nullptr},
+        {"a name without the file's extension", false, {"Coat.png"}, "Coat", nullptr, "tex/Coat.png"},
+        {"a name that is not the file's", true, {"a.png"}, "Wall", "Image (Wall) excluded from conversion\n", "a.png"},
+        {"the name counts too", false, {"Wall"}, "Wall", nullptr, "a.png"},
     };
     for (const auto& c : cases)
     {
@@ -145,6 +191,8 @@ TEST_F(kxConvertImageTest, NameListsPickImages)
         for (const char* name : c.list)
             convert->_imageList->append(kxNew<kxStringObj>(name));
         auto image = makeTestImage(rgb_888_24, 4, 4, {}, c.name);
+        if (c.uri)
+            image->_uri = c.uri;
         const std::string text = run(image, rgb_565_16);
         if (c.text)
         {

@@ -1,7 +1,12 @@
 #include "opt/image/kxResizeImage.h"
 
+#include "opt/framework/kxOptInterface.h"
+#include "platform/attrs/kxMaterialAttr.h"
 #include "platform/attrs/kxTextureBindAttr.h"
-#include "platform/sg/kxAttrSet.h"
+#include "platform/core/kxReport.h"
+#include "platform/sg/kxGeometry.h"
+#include "platform/sg/kxMaterialVariant.h"
+#include "platform/sg/kxOverrideAttrSet.h"
 #include "tests/opt/image/kxImageTestTools.h"
 
 #include <gtest/gtest.h>
@@ -361,6 +366,160 @@ TEST_F(kxResizeImageTest, TheUseInTheSceneDecidesHowAnImageIsAveraged)
         ASSERT_EQ(image->getWidth(), 4u);
         EXPECT_NEAR(image->getPixels()[0], c.wanted, 1) << (c.slots.empty() ? "none" : c.slots[0]);
     }
+}
+
+/// The image under a base colour below sets, geometries below those: one for each material mode, -1 for no material.
+kxSmartPointer<kxNode> makeBindAbove(kxImage& image, const char* slot, const std::vector<int>& modes)
+{
+    auto root = kxNew<kxAttrSet>();
+    auto texture = kxNew<kxTextureAttr>();
+    texture->_imageList->append(&image);
+    auto bind = kxNew<kxTextureBindAttr>();
+    bind->_slot = slot;
+    bind->setTexture(texture);
+    root->appendAttr(bind);
+    for (const int mode : modes)
+    {
+        auto set = kxNew<kxAttrSet>();
+        if (mode >= 0)
+        {
+            auto material = kxNew<kxMaterialAttr>();
+            material->_alphaMode = static_cast<kxAlphaMode>(mode);
+            set->appendAttr(material);
+        }
+        set->appendChild(kxNew<kxGeometry>());
+        root->appendChild(set);
+    }
+    return root;
+}
+
+TEST_F(kxResizeImageTest, AlphaWeighsColorsWhereItIsCoverage)
+{
+    constexpr int kOpaque = 0, kMask = 1, kBlend = 2;
+    const struct
+    {
+        const char* slot;
+        std::vector<int> modes;
+        bool isWeighted;
+    } cases[] = {
+        {"baseColorTexture", {kBlend}, true},
+        {"KHR_materials_pbrSpecularGlossiness/diffuseTexture", {kMask, kBlend}, true},
+        {"baseColorTexture", {kOpaque}, false},
+        {"baseColorTexture", {-1}, false},
+        {"baseColorTexture", {kMask, kOpaque}, false},
+        {"emissiveTexture", {kBlend}, false},
+        {"KHR_materials_pbrSpecularGlossiness/specularGlossinessTexture", {kBlend}, false},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(std::string(c.slot) + " " + std::to_string(c.modes.size()));
+        // Red where it is opaque, blue where it is not: as light half red and half blue is coded as 188.
+        auto image = makeTestImage(rgba_8888_32, 8, 8, {255, 0, 0, 255, 0, 0, 255, 0});
+        kxSmartPointer<kxNode> root = makeBindAbove(*image, c.slot, c.modes);
+        auto resize = kxNew<kxResizeImage>();
+        resize->setFilterType(BOX);
+        ASSERT_TRUE(resize->apply(root));
+        const uint8_t* pixel = image->getPixels();
+        EXPECT_NEAR(pixel[0], c.isWeighted ? 255 : 188, 1);
+        EXPECT_NEAR(pixel[2], c.isWeighted ? 0 : 188, 1);
+        EXPECT_NEAR(pixel[3], 128, 1);
+    }
+}
+
+TEST_F(kxResizeImageTest, MaterialVariantsSpeakForTheirOwnTextures)
+{
+    for (const bool isCoverage : {false, true})
+    {
+        auto image = makeTestImage(rgba_8888_32, 8, 8, {255, 0, 0, 255, 0, 0, 255, 0});
+        const kxSmartPointer<kxNode> other = makeBindAbove(*image, "baseColorTexture", {-1});
+        auto variant = kxNew<kxMaterialVariant>();
+        auto material = kxNew<kxMaterialAttr>();
+        material->_alphaMode = isCoverage ? kxAlphaMode::BLEND : kxAlphaMode::OPAQUE;
+        variant->_attrs->append(material);
+        for (kxAttr* attr : *kxCast<kxAttrSet>(other)->getAttrs())
+            variant->_attrs->append(attr);
+        auto geometry = kxNew<kxGeometry>();
+        geometry->_variants = kxNew<kxMaterialVariantList>();
+        geometry->_variants->append(variant);
+        kxSmartPointer<kxNode> root(geometry);
+        auto resize = kxNew<kxResizeImage>();
+        resize->setFilterType(BOX);
+        ASSERT_TRUE(resize->apply(root));
+        EXPECT_NEAR(image->getPixels()[0], isCoverage ? 255 : 188, 1);
+    }
+}
+
+TEST_F(kxResizeImageTest, MaterialsAboveAndOverridingOnesCount)
+{
+    const auto makeMaterial = [](kxAlphaMode mode)
+    {
+        auto material = kxNew<kxMaterialAttr>();
+        material->_alphaMode = mode;
+        return material;
+    };
+    for (const bool isOverridden : {false, true})
+    {
+        auto image = makeTestImage(rgba_8888_32, 8, 8, {255, 0, 0, 255, 0, 0, 255, 0});
+        auto above = isOverridden ? kxSmartPointer<kxAttrSet>(kxNew<kxOverrideAttrSet>()) : kxNew<kxAttrSet>();
+        above->appendAttr(makeMaterial(isOverridden ? kxAlphaMode::OPAQUE : kxAlphaMode::BLEND));
+        kxSmartPointer<kxNode> below = makeBindAbove(*image, "baseColorTexture", {isOverridden ? 2 : -1});
+        above->appendChild(below);
+        kxSmartPointer<kxNode> root(above);
+        auto resize = kxNew<kxResizeImage>();
+        resize->setFilterType(BOX);
+        ASSERT_TRUE(resize->apply(root));
+        EXPECT_NEAR(image->getPixels()[0], isOverridden ? 188 : 255, 1);
+    }
+}
+
+TEST_F(kxResizeImageTest, AllImagesOfATextureKeepStep)
+{
+    auto texture = kxNew<kxTextureAttr>();
+    auto common = makeTestImage(rgb_888_24, 16, 16), other = makeTestImage(rgba_8888_32, 16, 16);
+    auto unreadable = kxNew<kxImage>();
+    unreadable->_encoded = kxMemoryBlock::copyOf("\xabKTX 20\xbb", 8);
+    for (kxImage* image : {static_cast<kxImage*>(nullptr), common.get(), other.get(), unreadable.get()})
+        texture->_imageList->append(image);
+    const kxReportCollector collector;
+    auto resize = kxNew<kxResizeImage>();
+    resize->visitor(texture);
+    EXPECT_EQ(common->getWidth(), 8u);
+    EXPECT_EQ(other->getWidth(), 8u);
+    ASSERT_EQ(resize->getRefusals().size(), 1u);
+    EXPECT_EQ(resize->getRefusals()[0].reason, "unreadable image");
+    EXPECT_TRUE(unreadable->_encoded);
+}
+
+TEST_F(kxResizeImageTest, DamageBehindTheHeadIsUnreadable)
+{
+    auto image = kxNew<kxImage>();
+    image->_encoded = kxMemoryBlock::copyOf("x", 1);
+    image->_width = image->_height = 8; // as after a look at a head that is whole
+    const kxReportCollector collector;
+    auto resize = kxNew<kxResizeImage>();
+    resize->scale(image);
+    ASSERT_EQ(resize->getRefusals().size(), 1u);
+    EXPECT_EQ(resize->getRefusals()[0].reason, "unreadable image");
+}
+
+TEST_F(kxResizeImageTest, ACancelledRunLeavesNothingBehind)
+{
+    struct Host : kxOptInterface
+    {
+        bool getOptCancelState() override { return m_image->getWidth() < 16; }
+        kxImage* m_image = nullptr;
+    };
+    auto resize = kxNew<kxResizeImage>();
+    auto image = makeTestImage(l_8, 16, 16);
+    kxSmartPointer<kxNode> root = makeBindAbove(*image, "occlusionTexture", {-1});
+    auto host = kxNew<Host>();
+    host->m_image = image;
+    resize->setInterface(host);
+    EXPECT_FALSE(resize->apply(root));
+    EXPECT_EQ(image->getWidth(), 8u);
+    resize->setInterface(nullptr);
+    EXPECT_TRUE(resize->apply(root));
+    EXPECT_EQ(image->getWidth(), 4u) << "what was done in the run before is not done in this one";
 }
 
 TEST_F(kxResizeImageTest, TheLegacyFactorSetsBothWhenAboveZero)

@@ -28,6 +28,7 @@ TEST(kxTransformAlpha, MapsAlphaWithWrapping)
         {1, 256, 3, 3},
         {1, -1, 0, 255},
         {1e-30f, 0, 0, 0},
+        {1, INT32_MAX, 255, 254}, // beyond what 31 bits hold
     };
     for (const auto& c : cases)
     {
