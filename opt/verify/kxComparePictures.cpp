@@ -29,8 +29,6 @@ kxPictureResult comparePictures(const char* pathA, const char* pathB, const kxPi
 {
     kxPictureResult result;
     kxDrawList a, b;
-    a.setKeepPixels(options.imageTolerance > 0);
-    b.setKeepPixels(options.imageTolerance > 0);
     if (!collectFile(pathA, fileOptions, a) || !collectFile(pathB, fileOptions, b))
         return result;
     kxPictureComparison comparison(options);

@@ -21,7 +21,7 @@ public:
     {
         double tolerance = 1e-5;
         bool ignoreImages = false; ///< textures count without their images
-        double imageTolerance = 0; ///< `imageDifference` that does not count; lists must have been collected for one
+        double imageTolerance = 0; ///< `imageDifference` that does not count
     };
 
     kxPictureComparison() = default;
