@@ -19,12 +19,12 @@ bool isSame(const kxMemoryBlock& a, const uint8_t* bytes, uint64_t byteCount)
     return a.getSize() == byteCount && (byteCount == 0 || std::memcmp(a.getData(), bytes, byteCount) == 0);
 }
 
+} // namespace
+
 std::string labelOf(const kxImage& image)
 {
     return image.getFileName().isEmpty() ? std::string("image without a name") : image.getFileName().str();
 }
-
-} // namespace
 
 kxGltfImages::kxGltfImages(kxGltfFaults& faults, kxGltfData& data, bool isBinary)
     : m_faults(faults), m_data(data), m_isBinary(isBinary), m_folder(folderOf(faults.getPath()))

@@ -17,6 +17,9 @@ namespace Kel::Gltf
 
 using namespace Kel::Gfx;
 
+/// What messages call an image.
+std::string labelOf(const kxImage& image);
+
 /// Writes the images of one scene file: into its binary part, into its text, or as files beside it. A file that is there
 /// already and holds something else is never overwritten; the image gets another name then.
 class kxGltfImages

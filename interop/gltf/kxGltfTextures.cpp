@@ -16,11 +16,6 @@ bool isBlocks(KX_GFX_TEXTURE_FORMAT format)
     return info && info->kind == kxTextureFormatInfo::BLOCKS;
 }
 
-std::string labelOf(const kxImage& image)
-{
-    return image.getFileName().isEmpty() ? std::string("image without a name") : image.getFileName().str();
-}
-
 } // namespace
 
 // Graphics interfaces are strict about compressed images; who finds a black texture should not have to guess.

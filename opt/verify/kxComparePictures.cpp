@@ -32,8 +32,6 @@ kxPictureResult comparePictures(const char* pathA, const char* pathB, const kxPi
 {
     kxPictureResult result;
     kxDrawList a, b;
-    a.setKeepPixels(options.imageTolerance > 0);
-    b.setKeepPixels(options.imageTolerance > 0);
     kxMotionList motionA, motionB;
     if (!collectFile(pathA, fileOptions, a, motionA, nullptr) || !collectFile(pathB, fileOptions, b, motionB, &motionA))
         return result;

@@ -92,8 +92,6 @@ public:
     const kxImageSamples& getImages() const { return m_images; }
     /// Samples behind a draw's `contentImages`, in the order of the variants; empty when there are none.
     std::span<const uint32_t> getContentImages(const Draw& draw) const;
-    /// Before collecting: images can be compared within a tolerance later. Costs the pixels of those that no file holds.
-    void setKeepPixels(bool keep) { m_images.setKeepPixels(keep); }
 
 private:
     class Walk;

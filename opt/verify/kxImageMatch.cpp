@@ -11,14 +11,24 @@ namespace Kel::Opt
 namespace
 {
 
-// What is decoded goes with the copy; the sample keeps its bytes alone.
-kxSmartPointer<kxImage> copyOf(const kxImageSamples::Sample& sample)
+// What is decoded of a file goes with the copy; the sample keeps its bytes alone.
+kxSmartPointer<kxImage> readerOf(const kxImageSamples::Sample& sample)
 {
-    if (!sample.image)
-        return nullptr;
+    if (!sample.image->_encoded)
+        return sample.image;
     auto copy = kxNew<kxImage>();
     copy->copyFrom(sample.image);
     return copy;
+}
+
+// Of size and pixels, as they look, whatever the format; 0 for an image without pixels.
+uint64_t hashPixels(kxImage& image)
+{
+    const uint64_t size[2] = {image.getWidth(), image.getHeight()};
+    uint64_t hash = hashBytes(size, sizeof size);
+    if (!image.forEachRgbaRow([&](uint32_t, const uint8_t* row) { hash = hashBytes(row, size[0] * 4, hash); }))
+        return 0;
+    return std::max<uint64_t>(hash, 1);
 }
 
 kxSmartPointer<kxImage> rgbaOf(kxImage& image, uint32_t width, uint32_t height)
@@ -64,11 +74,9 @@ double imageDifference(kxImage& a, kxImage& b)
 
 uint64_t kxImageMatch::pixelsOf(const kxImageSamples::Sample& sample)
 {
-    if (sample.pixels || !sample.image)
-        return sample.pixels;
     const auto [at, isNew] = m_pixels.try_emplace(sample.look, 0);
     if (isNew)
-        at->second = hashPixels(*copyOf(sample));
+        at->second = hashPixels(*readerOf(sample));
     return at->second;
 }
 
@@ -79,8 +87,8 @@ double kxImageMatch::getDifference(const kxImageSamples::Sample& a, const kxImag
     const auto [at, isNew] = m_differences.try_emplace({a.look, b.look}, -1);
     if (!isNew)
         return at->second;
-    if (m_tolerance > 0 && a.image && b.image)
-        at->second = imageDifference(*copyOf(a), *copyOf(b));
+    if (m_tolerance > 0)
+        at->second = imageDifference(*readerOf(a), *readerOf(b));
     else if (const uint64_t pixels = pixelsOf(a); pixels && pixels == pixelsOf(b))
         at->second = 0;
     return at->second;

@@ -24,7 +24,7 @@ public:
         bool ignoreImages = false; ///< textures count without their images
         /// How far clips may move things apart, as a part of the extent of what moves (`compareMotion`).
         double motionTolerance = 1e-3;
-        double imageTolerance = 0; ///< `imageDifference` that does not count; lists must have been collected for one
+        double imageTolerance = 0; ///< `imageDifference` that does not count
     };
 
     kxPictureComparison() = default;

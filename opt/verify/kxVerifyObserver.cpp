@@ -38,7 +38,6 @@ void kxVerifyObserver::afterRun(const kxRun&, bool)
 std::unique_ptr<kxDrawList> kxVerifyObserver::collect() const
 {
     auto picture = std::make_unique<kxDrawList>();
-    picture->setKeepPixels(m_options.imageTolerance > 0);
     if (const auto* scene = kxCast<kxSceneInfo>(m_run->info))
         picture->collect(scene);
     else if (!m_run->info && m_run->manager._optInterface)

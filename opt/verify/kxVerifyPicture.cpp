@@ -52,7 +52,6 @@ bool kxVerifyPicture::apply(kxSmartPointer<kxNode>& root)
 bool kxVerifyPicture::verify(const kxSceneInfo* scene, kxNode* root)
 {
     const auto picture = std::make_shared<kxDrawList>();
-    picture->setKeepPixels(_imageTolerance > 0);
     if (scene)
         picture->collect(scene);
     else

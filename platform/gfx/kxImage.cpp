@@ -202,6 +202,9 @@ uint8_t* kxImage::getWritablePixels()
     if (!ensurePixels())
         return nullptr;
     _encoded = nullptr;
+    // Who else holds the pixels wants them as they are.
+    if (_pixels->getRefCount() > 1)
+        _pixels = kxMemoryBlock::copyOf(_pixels->getData(), _pixels->getSize());
     return _pixels->getWritableData();
 }
 

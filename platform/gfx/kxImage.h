@@ -79,7 +79,8 @@ class kxImage : public kxObject
     bool hasPixels() const { return _pixels != nullptr; }
     /// The pixels, null when there are none.
     const uint8_t* getPixels();
-    /// The pixels for writing, null when there are none. The encoded bytes are dropped: they no longer show them.
+    /// The pixels for writing, null when there are none. The encoded bytes are dropped: they no longer show them. Pixels that
+    /// somebody else holds as well are copied first.
     uint8_t* getWritablePixels();
     /// Gives the image new pixels, all 0, in place of what it had. False, with nothing changed, for a side of 0, a number
     /// that is no format, and more than `kMaxPixelCount` pixels. The palette stays when the format is indexed.

@@ -63,8 +63,6 @@ kxSmartPointer<kxNode> sceneOf(const std::vector<kxSmartPointer<kxImage>>& image
 std::vector<std::string> compare(kxNode* a, kxNode* b, double imageTolerance, bool ignoreImages = false)
 {
     kxDrawList listA, listB;
-    listA.setKeepPixels(imageTolerance > 0);
-    listB.setKeepPixels(imageTolerance > 0);
     listA.collect(a);
     listB.collect(b);
     kxPictureComparison comparison({.ignoreImages = ignoreImages, .imageTolerance = imageTolerance});
@@ -184,8 +182,6 @@ TEST(kxImageMatch, WhatIsRememberedStaysAsItWas)
                 image = encoded(*image);
             const auto scene = sceneOf({image});
             kxDrawList before, after, changed;
-            for (kxDrawList* list : {&before, &after, &changed})
-                list->setKeepPixels(tolerance > 0);
             before.collect(scene);
             ASSERT_TRUE(image->convert(rgb_888_24, image));
             after.collect(scene);
