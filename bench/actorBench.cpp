@@ -8,6 +8,8 @@
 #include <benchmark/benchmark.h>
 
 #include <cmath>
+#include <limits>
+#include <random>
 
 namespace
 {
@@ -182,6 +184,42 @@ void shareLists(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * 10000);
 }
 BENCHMARK(shareLists)->Unit(benchmark::kMillisecond)->Arg(100)->Arg(10000);
+
+// Lists that lie within a few tolerances of each other, or that hold no numbers: those that are hard to tell apart.
+void shareCrowdedLists(benchmark::State& state)
+{
+    const auto trackCount = static_cast<uint32_t>(state.range(0));
+    const bool isBroken = state.range(1) != 0;
+    for (auto _ : state)
+    {
+        state.PauseTiming();
+        auto database = makeDatabase(trackCount, 0, STILL, 1);
+        std::minstd_rand random(1);
+        std::uniform_real_distribution<float> spread(-0.005f, 0.005f);
+        for (const kxAnimationTrack* track : *database->getAnimationList()->get(0)->getTrackList())
+        {
+            auto* sequence = static_cast<kxTransformSequence1_5*>(track->getSource());
+            sequence->_keyFlags = kxTransformSequence::HAS_TRANSLATIONS;
+            for (uint32_t i = 0; i < 4; ++i)
+                sequence->_translations->append(isBroken ? kxVec3f(std::numeric_limits<float>::quiet_NaN())
+                                                         : kxVec3f(spread(random), spread(random), spread(random)));
+        }
+        const auto optimization = kxNew<kxOptimizeActorAnimations>();
+        optimization->setRemoveUnusedTracks(false);
+        state.ResumeTiming();
+        optimization->applyInfo(database);
+        state.PauseTiming();
+        database = nullptr;
+        state.ResumeTiming();
+    }
+    state.SetItemsProcessed(state.iterations() * trackCount);
+}
+BENCHMARK(shareCrowdedLists)
+    ->Unit(benchmark::kMillisecond)
+    ->Args({10000, 0})
+    ->Args({40000, 0})
+    ->Args({10000, 1})
+    ->Args({40000, 1});
 
 } // namespace
 

@@ -247,7 +247,11 @@ const char* kxGltfAnimationReader::readChannel(const kxJsonValue& json, std::vec
         std::string_view rest = textOf(*pointer);
         channel.hasPointer = true;
         channel.kind = kxGltfKeyKind::VALUES;
-        channel.target = splitPointer(textOf(*pointer), kind, number, rest) ? m_objects.find(kind, number) : nullptr;
+        const bool isNumbered = splitPointer(textOf(*pointer), kind, number, rest);
+        channel.target = isNumbered ? m_objects.find(kind, number) : nullptr;
+        // Kept as text it would name whatever has that number when the file is written.
+        if (isNumbered && !channel.target)
+            return "animation channels with pointers to what does not exist are left out";
         if (!channel.target)
             rest = textOf(*pointer);
         else if (kind == kxGltfKind::NODE && rest.size() > 1)

@@ -107,6 +107,7 @@ namespace
 
 // Lists of a sequence that another one's may take the place of.
 constexpr unsigned kTranslations = 1, kQuaternions = 2, kTimes = 4;
+constexpr uint64_t kSequencesPerPoll = 256;
 
 template <class Visit>
 void forEachSequence(const kxAnimation* animation, Visit visit)
@@ -164,20 +165,25 @@ bool kxOptimizeActorAnimations::shareLists(const kxAnimationDatabase& database)
 {
     kxKeyListLeaders translations(kxKeyListLeaders::TRANSLATIONS, _translationTolerance);
     kxKeyListLeaders quaternions(kxKeyListLeaders::QUATERNIONS, _quaternionTolerance);
-    kxKeyListLeaders times(kxKeyListLeaders::TIMES, static_cast<double>(_timeTolerance));
+    kxKeyListLeaders times(_timeTolerance);
+    uint64_t seen = 0;
+    bool cancelled = false;
     for (const kxAnimation* animation : *database.getAnimationList())
     {
-        if (isCancelled(*this))
-            return false;
         forEachSequence(animation,
                         [&](kxTransformSequence1_5* sequence)
                         {
+                            cancelled = cancelled || (seen++ % kSequencesPerPoll == 0 && isCancelled(*this));
+                            if (cancelled)
+                                return;
                             if (sequence->hasTranslations())
                                 share(translations.find(sequence), sequence, kTranslations);
                             if (sequence->hasQuaternions())
                                 share(quaternions.find(sequence), sequence, kQuaternions);
                             share(times.find(sequence), sequence, kTimes);
                         });
+        if (cancelled)
+            return false;
     }
     return true;
 }

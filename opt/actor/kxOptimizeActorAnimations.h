@@ -13,7 +13,8 @@ namespace Kel::Opt
 /// Removes the tracks of clips that no skeleton has a bone for, and makes equal lists of keys shared between sequences. Of
 /// equal lists the first one met takes the place of the others; times are compared whatever the keys hold.
 ///
-/// Cost: one look-up for each track, one look at every key, and a comparison for each pair of lists whose means are alike.
+/// Cost: one look-up for each track, one look at every key, and a comparison for each pair of lists that are near to each
+/// other.
 class kxOptimizeActorAnimations : public kxOptBase
 {
     KX_OBJECT(kxOptimizeActorAnimations, kxOptBase)

@@ -84,6 +84,12 @@ bool kxOptimizeActorKeyframes::optimizeTransformSequence1_5(kxTransformSequence1
         refuse("keys and values of different number", sequence);
         return false;
     }
+    if (!sequence->hasRisingTimes())
+    {
+        // Which keys lie between which others is nobody's business to guess.
+        refuse("times that do not rise", sequence);
+        return false;
+    }
     const auto isEqual = [&](uint32_t a, uint32_t b)
     { return sequence->compareKeyFrames(sequence, a, b, _maximumTranslation, _maximumAngleChange, 0, 0); };
 

@@ -19,6 +19,15 @@ constexpr uint64_t kMostSteps = 2000000;
 constexpr uint32_t kMostPoints = 16; // of a geometry
 constexpr uint64_t kPointsInAll = 20000;
 
+// Clips that hold nothing show nothing, and not every file can have them.
+bool hasKeys(const kxAnimation& animation)
+{
+    bool found = false;
+    forEachTrack(animation, [&](const kxAnimationTrack& track)
+                 { found = found || (track.getSource() && track.getSource()->getKeyCount() != 0); });
+    return found;
+}
+
 // At a few keys and between them, first and last among them: every key and a place behind it where they are not many.
 std::vector<int64_t> chooseTimes(const kxAnimation& animation, uint64_t most)
 {
@@ -143,7 +152,7 @@ void kxMotionList::collect(std::span<const kxSceneInfo* const> scenes, const kxI
             {
                 databases.push_back(database);
                 for (const kxAnimation* animation : *database->getAnimationList())
-                    if (animation)
+                    if (animation && hasKeys(*animation))
                         animations.push_back(animation);
             }
     for (const kxAnimation* animation : animations)
@@ -153,7 +162,7 @@ void kxMotionList::collect(std::span<const kxSceneInfo* const> scenes, const kxI
                          ++tracks;
                          keys += track.getSource() ? track.getSource()->getKeyCount() : 0;
                      });
-    if (tracks == 0)
+    if (animations.empty())
         return;
 
     std::deque<kxMovingGraph> graphs;

@@ -38,7 +38,7 @@ public:
         size_t getWidth() const { return times.empty() ? 0 : numbers.size() / times.size(); }
     };
 
-    /// Looks at all scenes and clips among the infos; null holds none. With `like` the times are those of that list, so that both
+    /// Looks at all scenes and clips among the infos; null holds none. Clips without keys are passed over. With `like` the times are those of that list, so that both
     /// can be compared.
     void collect(const kxInfoList* infos, const kxMotionList* like = nullptr);
     /// The same for one scene.

@@ -39,6 +39,11 @@ class Classes(CliTest):
                     self.assertTrue(parameter["help"], parameter)
                     self.assertFalse(parameter["name"].startswith("_"), parameter)
 
+    def testNumbersOfAllSizesAreListed(self):
+        found = json.loads(self.kxopt("describe", "kxOptimizeActorAnimations", "--json")[0])
+        self.assertIn(("timeTolerance", "integer", 100000),
+                      [(p["name"], p["type"], p["default"]) for p in found["parameters"]])
+
     def testUnknownClass(self):
         for name, nearest in (("kxRepairHierachy", "did you mean kxRepairHierarchy?"),
                               ("repairhierarchy", "did you mean kxRepairHierarchy?"),

@@ -300,6 +300,41 @@ TEST_F(GltfAnimation, WhatNobodyUsesIsNamed)
               R"([{"sampler":0,"target":{"node":1,"path":"scale"}},{"sampler":1,"target":{"path":"scale"}}])");
 }
 
+TEST_F(GltfAnimation, PointersToNothingDoNotComeToLife)
+{
+    Accessors accessors;
+    accessors.times({0, 1});
+    accessors.vectors({0, 0, 0, 1, 0, 0});
+    const auto channel = [](const char* pointer)
+    {
+        return kxFormat(
+            R"({"sampler":0,"target":{"path":"pointer","extensions":{"KHR_animation_pointer":{"pointer":"%s"}}}})",
+            pointer);
+    };
+    const auto directory =
+        loadText(std::string(kThings) + R"(,"animations":[{"samplers":[{"input":0,"output":1}],"channels":[)" +
+                 channel("/nodes/4/translation") + "," + channel("/materials/1/emissiveFactor") + "," +
+                 channel("/extensions/some/4/gain") + "," + channel("/nodes/2/scale") +
+                 R"(]}],"extensionsUsed":["KHR_animation_pointer"],)" + accessors.text() + "}");
+    ASSERT_TRUE(directory) << m_errors;
+    EXPECT_THAT(m_warnings, ::testing::HasSubstr("pointers to what does not exist are left out (and 1 more)"));
+    for (uint32_t i = 0; i < directory->getEntryCount(); ++i)
+        if (const auto* scene = kxCast<kxSceneInfo>(directory->getEntry(i)->getObject()))
+        {
+            const auto added = kxNew<kxGroup>();
+            added->setName("added");
+            kxCast<kxGroup>(scene->getSceneGraph())->appendChild(added);
+        }
+    ASSERT_TRUE(save(*directory, "out.gltf")) << m_errors;
+    open("out.gltf");
+    EXPECT_EQ(at("nodes/4/name"), "\"added\"") << "the node that the pointer would now name";
+    const std::string channels = at("animations/0/channels");
+    EXPECT_THAT(channels, ::testing::AllOf(::testing::HasSubstr("/extensions/some/4/gain"),
+                                           ::testing::HasSubstr("/nodes/2/scale"),
+                                           ::testing::Not(::testing::HasSubstr("/nodes/4/")),
+                                           ::testing::Not(::testing::HasSubstr("/materials/1/"))));
+}
+
 } // namespace
 
 } // namespace Kel::Gltf

@@ -22,7 +22,9 @@ const char* typeWord(const kxMetaField& field)
     switch (field.getKind())
     {
     case kxFieldKind::BOOL: return "boolean";
-    case kxFieldKind::INT: return "integer";
+    case kxFieldKind::INT:
+    case kxFieldKind::LONG:
+        return "integer"; // of 64 bits: the classes that have them read them when they are configured
     case kxFieldKind::UNSIGNED: return "unsigned";
     case kxFieldKind::FLOAT: return "number";
     case kxFieldKind::STRING: return "text";

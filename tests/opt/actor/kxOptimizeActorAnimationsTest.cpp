@@ -3,6 +3,9 @@
 #include "opt/actor/kxKeyListLeaders.h"
 #include "tests/opt/actor/kxActorTestTools.h"
 
+#include <functional>
+#include <limits>
+
 namespace Kel::Opt
 {
 namespace
@@ -190,6 +193,165 @@ TEST(kxOptimizeActorAnimations, ComparesFewLists)
     EXPECT_EQ(rotations.find(sequences[2345]), sequences[345].get());
     // A fiftieth of all pairs.
     EXPECT_LT(translations.getComparisonCount() + rotations.getComparisonCount(), 180000u);
+}
+
+// Lists that a mean does not tell apart, or nothing does.
+TEST(kxOptimizeActorAnimations, ComparesFewOfCrowdedAndBrokenLists)
+{
+    libKXOpt_arkRegister();
+    constexpr uint32_t kCount = 4000;
+    const auto nan = std::numeric_limits<float>::quiet_NaN(), infinity = std::numeric_limits<float>::infinity();
+    std::mt19937 random(2);
+    const auto spread = [&](float size) { return (static_cast<float>(random() % 20001) / 10000 - 1) * size; };
+    const struct
+    {
+        const char* what;
+        uint32_t keyCount;
+        std::function<void(Sequence&, uint32_t, uint32_t)> fill; // sequence, its number, key
+        uint64_t most;                                           // comparisons
+    } cases[] = {
+        {"within five times the tolerance", 4,
+         [&](Sequence& s, uint32_t, uint32_t)
+         {
+             s._translations->append(kxVec3f(spread(0.005f), spread(0.005f), spread(0.005f)));
+             s._quaternions->append(rotationAbout({spread(1), spread(1), spread(1)}, spread(5e-5f)));
+         },
+         kCount * 300},
+        {"one key of many differs", 200,
+         [&](Sequence& s, uint32_t i, uint32_t key)
+         {
+             const bool isIt = key == 147;
+             s._translations->append(kxVec3f(0, isIt ? static_cast<float>(i) * 0.005f : 0, 0));
+             s._quaternions->append(rotationAbout({1, 2, 3}, isIt ? i * 5e-5 : 1));
+         },
+         kCount * 40},
+        {"first and last key alike, means alike", 10,
+         [&](Sequence& s, uint32_t i, uint32_t key)
+         {
+             const double bend = key == 4 ? i * 0.01 : key == 5 ? i * -0.01 : 0;
+             s._translations->append(kxVec3f(static_cast<float>(bend), 0, 0));
+             s._quaternions->append(rotationAbout({0, 1, 0}, bend * 0.01));
+         },
+         kCount * 40},
+        {"no numbers", 4,
+         [&](Sequence& s, uint32_t i, uint32_t key)
+         {
+             const float broken = i % 3 ? nan : i % 2 ? infinity : -infinity;
+             s._translations->append(key == 2 ? kxVec3f(0, broken, 0) : kxVec3f(0));
+             s._quaternions->append(key == 2 ? kxQuatf(broken, 0, 0, 1) : kxQuatf());
+         },
+         0},
+    };
+    for (const auto& c : cases)
+        for (const auto kind : {kxKeyListLeaders::TRANSLATIONS, kxKeyListLeaders::QUATERNIONS})
+        {
+            SCOPED_TRACE(c.what);
+            kxKeyListLeaders leaders(kind, kind == kxKeyListLeaders::TRANSLATIONS ? 0.001 : 1e-5);
+            std::vector<kxSmartPointer<Sequence>> sequences;
+            uint32_t leaderCount = 0;
+            for (uint32_t i = 0; i < kCount; ++i)
+            {
+                sequences.push_back(makeSequence(3, c.keyCount, [&](Sequence& s, uint32_t key) { c.fill(s, i, key); }));
+                leaderCount += leaders.find(sequences.back()) == sequences.back().get() ? 1 : 0;
+            }
+            EXPECT_GT(leaderCount, kCount * 9 / 10);
+            EXPECT_LE(leaders.getComparisonCount(), c.most) << kind;
+            // A list is the same as itself, also when it is no equal of itself.
+            const auto again = kxNew<Sequence>();
+            again->_keyFlags = 3;
+            again->_translations = sequences[7]->_translations;
+            again->_quaternions = sequences[7]->_quaternions;
+            EXPECT_EQ(leaders.find(again), sequences[7].get());
+        }
+}
+
+// Against a look at every leader, with so many that they are told apart in several steps.
+TEST(kxOptimizeActorAnimations, FindsTheFirstEqualOfMany)
+{
+    libKXOpt_arkRegister();
+    std::mt19937 random(3);
+    // Multiples of a third of the tolerance: many pairs are at its edge.
+    const auto step = [&](float size) { return static_cast<float>(static_cast<int>(random() % 9) - 4) * size / 3; };
+    std::vector<kxSmartPointer<Sequence>> sequences;
+    for (uint32_t i = 0; i < 1500; ++i)
+        sequences.push_back(
+            makeSequence(3 | (i % 4 == 0 ? Sequence::CUBIC_SPLINE : 0), 3,
+                         [&](Sequence& s, uint32_t key)
+                         {
+                             s._translations->append(kxVec3f(step(0.001f), 1000 + step(0.001f), step(0.001f)));
+                             const kxQuatf q = rotationAbout({1 + step(6e-6f), step(6e-6f), 0.5f}, 3 + step(1e-5f));
+                             s._quaternions->append(random() % 2 ? q : kxQuatf(-q.r, -q.v));
+                             s._times->set(key, (1ll << 61) + int64_t(random() % 25) * 50000);
+                         }));
+    const auto check = [&](kxKeyListLeaders leaders, auto isEqual)
+    {
+        std::vector<const Sequence*> wanted;
+        for (const auto& sequence : sequences)
+        {
+            const auto first = std::find_if(wanted.begin(), wanted.end(),
+                                            [&](const Sequence* leader) { return isEqual(leader, sequence.get()); });
+            const Sequence* leader = first == wanted.end() ? sequence.get() : *first;
+            if (first == wanted.end())
+                wanted.push_back(leader);
+            ASSERT_EQ(leaders.find(sequence), leader);
+        }
+        EXPECT_GT(wanted.size(), 200u);
+        EXPECT_LT(wanted.size(), sequences.size() * 19 / 20);
+    };
+    check(kxKeyListLeaders(kxKeyListLeaders::TRANSLATIONS, 0.001),
+          [](auto* a, auto* b) { return a->compareTranslationLists(b, 0.001); });
+    check(kxKeyListLeaders(kxKeyListLeaders::QUATERNIONS, 1e-5),
+          [](auto* a, auto* b) { return a->compareQuaternionLists(b, 1e-5); });
+    check(kxKeyListLeaders(50000), [](auto* a, auto* b) { return a->compareTimeLists(b, 50000); });
+}
+
+TEST(kxOptimizeActorAnimations, TheLargestTimeToleranceHoldsForAllTimes)
+{
+    libKXOpt_arkRegister();
+    constexpr int64_t kMost = std::numeric_limits<int64_t>::max();
+    const auto at = [](int64_t a, int64_t b)
+    {
+        auto sequence = makeSequence(0, 2, [](Sequence&, uint32_t) {});
+        sequence->_times->set(0, a);
+        sequence->_times->set(1, b);
+        return sequence;
+    };
+    const auto first = at(0, kSecond), late = at(kMost - 1, kMost), early = at(-kMost, 5);
+    const auto other = at(-1, kMost - 2);
+    kxKeyListLeaders all(kMost), most(kMost - 1), exact(0), none(-1);
+    for (kxKeyListLeaders* leaders : {&all, &most, &exact, &none})
+        EXPECT_EQ(leaders->find(first), first.get());
+    EXPECT_EQ(all.find(late), first.get());
+    EXPECT_EQ(all.find(early), first.get());
+    EXPECT_EQ(most.find(late), first.get());
+    EXPECT_EQ(most.find(early), early.get()) << "a tick too far";
+    EXPECT_EQ(most.find(other), first.get());
+    EXPECT_EQ(exact.find(late), late.get());
+    EXPECT_EQ(exact.find(at(kMost - 1, kMost)), late.get());
+    const auto neighbour = at(kMost - 2, kMost);
+    EXPECT_EQ(exact.find(neighbour), neighbour.get()) << "a double does not tell them apart";
+    EXPECT_EQ(none.find(first), first.get());
+}
+
+TEST(kxOptimizeActorAnimations, SharingEndsSoonWhenCancelled)
+{
+    class Service : public kxOptInterface
+    {
+    public:
+        bool getOptCancelState() override { return ++m_polls > 2; }
+        int m_polls = 0;
+    };
+    const auto service = kxNew<Service>();
+    TestRun run(service.get());
+    const auto database = kxNew<kxAnimationDatabase>();
+    kxAnimation* clip = addClip(*database);
+    for (int i = 0; i < 2000; ++i)
+        addTrack(clip, "", makeSequence(0, 1, [](Sequence&, uint32_t) {}));
+    const auto optimize = run.create<kxOptimizeActorAnimations>();
+    optimize->setRemoveUnusedTracks(false);
+    EXPECT_FALSE(optimize->applyInfo(database));
+    EXPECT_EQ(sequenceOf(*database, 100)->_times, sequenceOf(*database, 0)->_times);
+    EXPECT_NE(sequenceOf(*database, 1900)->_times, sequenceOf(*database, 0)->_times);
 }
 
 TEST(kxOptimizeActorAnimations, ReadsTheTimeToleranceWithAllItsBits)

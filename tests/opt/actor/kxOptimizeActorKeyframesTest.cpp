@@ -26,11 +26,20 @@ kxSmartPointer<kxTransformSequence1_5> rotations(const std::vector<double>& angl
                         });
 }
 
+// Translations that are all alike, at times in the unit of the other keys.
+kxSmartPointer<kxTransformSequence1_5> atTimes(const std::vector<int64_t>& times)
+{
+    auto sequence = translations(std::vector<float>(times.size(), 0));
+    for (uint32_t i = 0; i < sequence->getKeyCount(); ++i)
+        sequence->_times->set(i, times[i] * (kSecond / 30));
+    return sequence;
+}
+
 struct KeyframesCase
 {
     const char* what;
     kxSmartPointer<kxTransformSequence1_5> sequence;
-    std::vector<uint32_t> kept; // numbers of the keys that stay
+    std::vector<uint32_t> kept; // numbers of the keys that stay, which are their times
     bool answer = true;
     bool isConstant = false;
 };
@@ -72,6 +81,8 @@ TEST(kxOptimizeActorKeyframes, RemovesTheMiddleOfRuns)
                       }),
          {0, 2, 3}},
         {"lists that do not fit", broken, {0, 1, 2, 3}, false},
+        {"times that fall", atTimes({0, 30, 15, 45}), {0, 30, 15, 45}, false},
+        {"equal times", atTimes({5, 5, 5, 9}), {5, 9}},
     };
     for (const KeyframesCase& c : cases)
     {

@@ -214,6 +214,21 @@ TEST(kxMotionList, FindsWhatChanged)
     EXPECT_THAT(compareMotion(silent.collect(), before, 1e-3, 20), ElementsAre("clip \"walk\" is only in the second"));
     EXPECT_EQ(compareMotion(before, still.collect(&before), 1e-3, 1).size(), 2u) << "one, and how many more";
 
+    // Clips without a key are nothing that could be missing, whether they have tracks or not.
+    MovingScene wordy;
+    for (const bool hasTrack : {false, true})
+    {
+        const auto empty = kxNew<kxAnimation>();
+        empty->_name = "walk";
+        if (hasTrack)
+            empty->_trackList->append(kxNew<kxAnimationTrack>());
+        wordy.database->_animationList->insert(0, empty);
+    }
+    EXPECT_THAT(wordy.differenceFrom(before), ElementsAre());
+    EXPECT_THAT(compareMotion(wordy.collect(), scene.collect(), 1e-3, 20), ElementsAre());
+    wordy.database->_animationList->removeLast();
+    EXPECT_THAT(wordy.differenceFrom(before), ElementsAre("clip \"walk\" is only in the first"));
+
     // Within the tolerance, and another graph that shows the same.
     MovingScene near;
     near.knee->_translations->set(1, kxVec3f(8.001f, 0, 0));
