@@ -28,7 +28,10 @@ kxMetaObject* kxInternalizeShader::getVisitedObjectMeta()
 void kxInternalizeShader::visitor(kxObject* object)
 {
     using namespace Kel::Sg;
-    auto* shader = static_cast<kxInterpretedShader*>(object);
+    // Settings may ask for visits of other objects too.
+    auto* shader = kxCast<kxInterpretedShader>(object);
+    if (!shader)
+        return;
     auto* data = kxCast<kxInterpretedShaderData>(shader->getShaderData());
     if (!data)
         return refuse("no data of an interpreted shader", shader);

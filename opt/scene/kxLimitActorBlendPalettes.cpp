@@ -252,9 +252,13 @@ bool kxLimitActorBlendPalettes::seperateGeometry(kxGeometry* geometry, kxGroup* 
 
 void kxLimitActorBlendPalettes::visitor(kxObject* object)
 {
+    // Settings may ask for visits of other objects too.
+    auto* top = kxCast<kxActor>(object);
+    if (!top)
+        return;
     // Collected first: the parts hang below the same groups.
     std::vector<kxSmartPointer<kxGeometry>> geometries;
-    std::vector<kxGroup*> open{static_cast<kxGroup*>(object)};
+    std::vector<kxGroup*> open{top};
     kxTSerialMap<bool> seen;
     while (!open.empty())
     {

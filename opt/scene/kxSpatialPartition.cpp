@@ -69,6 +69,12 @@ float fractionWithin(const kxAABox& box, const kxAABox& cell)
     return fraction;
 }
 
+// A box that lies outside of no wall of the cell: cutting would only copy what is in it.
+bool isWithin(const kxAABox& box, const kxAABox& cell)
+{
+    return fractionWithin(box, cell) == 1;
+}
+
 } // namespace
 
 bool kxSpatialPartition::configure(int)
@@ -335,7 +341,7 @@ bool kxSpatialPartition::distribute(kxGroup* group, Items& items, std::vector<Ce
     std::vector<uint32_t> cellOf(items.size(), kStays);
     std::vector<uint32_t> counts(cells.size());
     uint32_t usableCount = 0;
-    bool changes = false, cut = false;
+    bool changes = false, cut = false, isSplit = false;
     for (size_t i = 0; i < items.size(); ++i)
     {
         const Item& item = items[i];
@@ -344,7 +350,9 @@ bool kxSpatialPartition::distribute(kxGroup* group, Items& items, std::vector<Ce
         ++usableCount;
         // What other groups draw too is cut where the walk comes to it, for all of them.
         auto* geometry = item.mayBeCut ? static_cast<kxGeometry*>(item.node.get()) : nullptr;
-        if (geometry && isLarge(geometry) && !findObstacle(geometry) && m_cutter.open(geometry))
+        const auto holdsAll = [&](const Cell& cell) { return isWithin(item.box, cell.box); };
+        if (geometry && isLarge(geometry) && std::none_of(cells.begin(), cells.end(), holdsAll) &&
+            !findObstacle(geometry) && m_cutter.open(geometry))
         {
             // Pieces come behind what was found for the cells so far.
             for (size_t k = 0; k < i; ++k)
@@ -354,7 +362,7 @@ bool kxSpatialPartition::distribute(kxGroup* group, Items& items, std::vector<Ce
                     cellOf[k] = kGone;
                 }
             changes = cut = true;
-            if (cutIntoCells(geometry, cells))
+            if (cutIntoCells(geometry, cells, isSplit))
             {
                 items[i].node = nullptr;
                 cellOf[i] = kGone;
@@ -380,16 +388,37 @@ bool kxSpatialPartition::distribute(kxGroup* group, Items& items, std::vector<Ce
     }
     if (!changes)
         return false;
+    bool isUsableKept = false;
     for (size_t i = 0; i < items.size(); ++i)
         if (cellOf[i] == kStays)
+        {
+            isUsableKept |= items[i].usable;
             kept.push_back(items[i]);
+        }
         else if (cellOf[i] != kGone)
             cells[cellOf[i]].items.push_back(std::move(items[i]));
+    // Vertices that nothing draws can make a box larger than what a cut finds in it.
+    if (cut && !isSplit && !isUsableKept)
+        dissolveOnlyCell(group, cells);
     return true;
 }
 
-// True when nothing is left of the geometry.
-bool kxSpatialPartition::cutIntoCells(kxGeometry* geometry, std::vector<Cell>& cells)
+// A cell that took everything would have the same children as the group, level for level: they stay in the group.
+void kxSpatialPartition::dissolveOnlyCell(kxGroup* group, std::vector<Cell>& cells)
+{
+    const auto isFilled = [](const Cell& cell) { return !cell.items.empty(); };
+    const auto only = std::find_if(cells.begin(), cells.end(), isFilled);
+    if (only == cells.end() || only->items.size() < 2 || std::find_if(only + 1, cells.end(), isFilled) != cells.end())
+        return;
+    refuse("one cell would take all children", group);
+    std::vector<Cell> single;
+    for (Item& item : only->items)
+        single.push_back({only->box, {only->index[0], only->index[1], only->index[2]}, {std::move(item)}});
+    cells = std::move(single);
+}
+
+// True when nothing is left of the geometry; `isSplit` becomes true when there are several pieces.
+bool kxSpatialPartition::cutIntoCells(kxGeometry* geometry, std::vector<Cell>& cells, bool& isSplit)
 {
     const auto before = static_cast<float>(geometry->getTriangleCount());
     std::vector<kxGeometry*> pieces;
@@ -417,6 +446,7 @@ bool kxSpatialPartition::cutIntoCells(kxGeometry* geometry, std::vector<Cell>& c
     m_growth[geometry] = growth;
     if (pieces.size() > 1)
     {
+        isSplit = true;
         count("geometries cut");
         count("pieces made", static_cast<int64_t>(pieces.size()));
     }

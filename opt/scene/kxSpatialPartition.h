@@ -92,7 +92,8 @@ private:
     void makeCells(const kxAABox& box, std::vector<Cell>& cells);
     bool distribute(kxGroup* group, Items& items, std::vector<Cell>& cells, Items& kept);
     void attach(kxGroup* group, std::vector<Cell>& cells);
-    bool cutIntoCells(kxGeometry* geometry, std::vector<Cell>& cells);
+    bool cutIntoCells(kxGeometry* geometry, std::vector<Cell>& cells, bool& isSplit);
+    void dissolveOnlyCell(kxGroup* group, std::vector<Cell>& cells);
     void flush(kxGroup* group);
 
     kxSmartPointer<kxBoundingBoxesMaker> m_boxes; // while graphs are walked

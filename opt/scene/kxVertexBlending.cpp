@@ -76,7 +76,10 @@ uint32_t readIndex(const uint8_t* at, uint32_t bytes)
 
 void kxVertexBlending::visitor(kxObject* object)
 {
-    auto* set = static_cast<kxAttrSet*>(object);
+    // Settings may ask for visits of other objects too.
+    auto* set = kxCast<kxAttrSet>(object);
+    if (!set)
+        return;
     const kxSmartPointer<kxVertexBlendMatrixListAttr> palette = findPalette(set);
     // What a geometry has for itself reaches nothing else.
     if (!palette || palette->getMatrixCount() <= _maxBlendMatrixCount || kxCast<kxGeometry>(set))

@@ -2,6 +2,7 @@
 #include "tests/opt/framework/testOptimizations.h"
 #include "tests/opt/testRun.h"
 
+#include "opt/iterate/kxOptVisitObject.h"
 #include "platform/core/kxListBase.h"
 
 #include <gtest/gtest.h>
@@ -127,6 +128,30 @@ TEST(AllClasses, RunOnEmptyAndOddScenesWithoutHarm)
         }
     }
     EXPECT_EQ(kxObject::getLiveCount(), before);
+}
+
+// A script may say what is visited: then objects come that the class has nothing to do with.
+TEST(AllClasses, VisitorsPassOverObjectsOfOtherTypes)
+{
+    registerTestOptimizations();
+    int visitorCount = 0;
+    for (kxMetaObject* type : kxOptVisitObject::staticMetaObject()->getDerived())
+    {
+        if (type->isAbstract())
+            continue;
+        SCOPED_TRACE(type->getName().c_str());
+        ++visitorCount;
+        TestRun run(kxNew<kxTestService>());
+        NamedScene scene("Group(Actor(Geometry{cube}), AttrSet{Material red, Texture}(Geometry{tri}), LightSet{Light "
+                         "red}, Switch<0>(Camera))");
+        const std::string text = scene.print();
+        const auto driver = run.createDriver("[OPTIMIZE]\noptimizationCount = 1\n");
+        driver->getRegistry()->setValue("OPTIMIZATION1", "name", type->getName());
+        driver->getRegistry()->setValue("OPTIMIZATION1", "visitedMetaObject", "kxObject");
+        EXPECT_TRUE(driver->apply(scene.m_root));
+        EXPECT_EQ(scene.print(), text);
+    }
+    EXPECT_GE(visitorCount, 6);
 }
 
 } // namespace Kel::Opt

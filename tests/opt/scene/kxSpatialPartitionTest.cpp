@@ -434,6 +434,42 @@ TEST(kxSpatialPartition, LargeTrianglesDoNotMultiply)
     EXPECT_EQ(compare(before, picture(scene.root())), "");
 }
 
+// What lies in one cell need not be cut, and a cell that would take everything is not made, however loose the cells are.
+TEST(kxSpatialPartition, LargeGeometryInOneCellComesToAnEnd)
+{
+    // Many triangles from x 0 to 0.9; beside it one from 0 to 2, which a loose first cell takes as well.
+    std::vector<float> positions;
+    for (int i = 0; i < 60; ++i)
+    {
+        const float x = 0.9f * static_cast<float>(i) / 60;
+        positions.insert(positions.end(), {x, 0, 0, x + 0.01f, 0, 0, x, 0.4f, 0.3f});
+    }
+    const std::vector<float> wide = {0, 0, 0, 2, 0, 0, 0, 0.4f, 0.3f};
+    for (const bool hasStray : {false, true})
+        for (const char* loose : {"0.5", "0.9"})
+        {
+            SCOPED_TRACE(kxFormat("loose %s%s", loose, hasStray ? ", with a vertex that nothing draws" : ""));
+            auto large = kxNew<kxGeometryAttr>(), small = kxNew<kxGeometryAttr>();
+            std::vector<float> all = positions;
+            if (hasStray)
+                all.insert(all.end(), {2, 0, 0});
+            large->_arrays->append(makeArray("POSITION", kxComponentType::FLOAT32, 3, all));
+            small->_arrays->append(makeArray("POSITION", kxComponentType::FLOAT32, 3, wide));
+            auto group = kxNew<kxGroup>();
+            group->appendChild(makeGeometry(large));
+            group->appendChild(makeGeometry(small));
+            TestScene scene(group);
+            const kxDrawList before = picture(scene.root());
+            const RunResult result =
+                runOptimization(scene, "kxSpatialPartition", {{"splitGeometry", "true"}, {"loose", loose}});
+            EXPECT_EQ(result.refusals.at("one cell would take all children"), 1);
+            EXPECT_EQ(kxCast<kxGroup>(scene.root())->getChildCount(), 2u) << "no cell between";
+            EXPECT_LT(depthOf(scene.root()), 8u);
+            EXPECT_EQ(compare(before, picture(scene.root())), "");
+            EXPECT_EQ(findLinkFaults(scene.root()), "");
+        }
+}
+
 // Scenes of every kind: the picture stays, links agree, and it comes to an end.
 TEST(kxSpatialPartition, KeepsThePictureOfRandomScenes)
 {
