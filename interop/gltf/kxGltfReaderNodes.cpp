@@ -544,6 +544,7 @@ bool kxGltfReader::readAnimations()
     if (!list)
         return false;
     kxGltfAnimationReader reader(*m_database, m_arrays, m_objects, m_carried, m_faults);
+    std::unordered_set<const kxObject*> isDriven;
     for (uint32_t i = 0; i < list->Size(); ++i)
     {
         auto animation = kxNew<kxAnimation>();
@@ -553,12 +554,17 @@ bool kxGltfReader::readAnimations()
         if (!reader.read((*list)[i], i, *animation))
             return false;
         forEachTrack(*animation,
-                     [this](const kxAnimationTrack& track)
+                     [&](const kxAnimationTrack& track)
                      {
                          if (track._target)
                              lock(track._target, "animation");
+                         isDriven.insert(track._target);
                      });
     }
+    // The channels of these were left out. They stay locked, but nothing moves them.
+    for (const auto& node : m_nodes)
+        if (!isDriven.contains(node))
+            node->_flags &= ~kxNode::IS_ANIMATED;
     return true;
 }
 

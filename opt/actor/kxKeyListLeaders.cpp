@@ -137,7 +137,7 @@ const kxTransformSequence1_5* kxKeyListLeaders::find(const kxTransformSequence1_
         else if (const uint32_t first = search(root->second, sequence); first != kNone)
             return m_leaders[first];
         m_leaders.push_back(sequence);
-        insert(root->second, leader);
+        insert(root->second, {leader, signatureOf(sequence)});
     }
     else
         m_leaders.push_back(sequence);
@@ -145,10 +145,28 @@ const kxTransformSequence1_5* kxKeyListLeaders::find(const kxTransformSequence1_
     return sequence;
 }
 
+kxKeyListLeaders::Signature kxKeyListLeaders::signatureOf(const kxTransformSequence1_5* sequence) const
+{
+    Signature signature{};
+    if (const uint64_t count = numberCount(sequence))
+        for (size_t i = 0; i < signature.size(); ++i)
+            signature[i] = numberAt(sequence, (count - 1) * i / (signature.size() - 1));
+    return signature;
+}
+
+bool kxKeyListLeaders::isNear(const Signature& a, const Signature& b) const
+{
+    for (size_t i = 0; i < a.size(); ++i)
+        if (std::abs(a[i] - b[i]) > m_reach)
+            return false;
+    return true;
+}
+
 // The first of the leaders whose list is equal.
 uint32_t kxKeyListLeaders::search(uint32_t root, const kxTransformSequence1_5* sequence)
 {
     uint32_t first = kNone;
+    const Signature signature = signatureOf(sequence);
     m_open.assign(1, root);
     while (!m_open.empty())
     {
@@ -162,13 +180,15 @@ uint32_t kxKeyListLeaders::search(uint32_t root, const kxTransformSequence1_5* s
                 m_open.push_back(at->second);
             continue;
         }
-        for (const uint32_t leader : node.leaders)
+        for (const Leader& leader : node.leaders)
         {
-            if (leader >= first)
+            if (leader.number >= first)
                 break;
+            if (!isNear(leader.signature, signature))
+                continue;
             ++m_comparisonCount;
-            if (isEqual(m_leaders[leader], sequence))
-                first = leader;
+            if (isEqual(m_leaders[leader.number], sequence))
+                first = leader.number;
         }
     }
     return first;
@@ -184,11 +204,11 @@ uint32_t kxKeyListLeaders::childOf(uint32_t node, uint32_t leader)
     return number;
 }
 
-void kxKeyListLeaders::insert(uint32_t root, uint32_t leader)
+void kxKeyListLeaders::insert(uint32_t root, const Leader& leader)
 {
     uint32_t node = root;
     while (m_nodes[node].place != kLeaf)
-        node = childOf(node, leader);
+        node = childOf(node, leader.number);
     m_nodes[node].leaders.push_back(leader);
     if (m_nodes[node].leaders.size() > m_nodes[node].limit)
         split(node);
@@ -203,20 +223,20 @@ void kxKeyListLeaders::split(uint32_t leaf)
         return;
     }
     m_nodes[leaf].place = place;
-    const std::vector<uint32_t> leaders = std::exchange(m_nodes[leaf].leaders, {});
-    for (const uint32_t leader : leaders)
+    const std::vector<Leader> leaders = std::exchange(m_nodes[leaf].leaders, {});
+    for (const Leader& leader : leaders)
     {
-        const uint32_t child = childOf(leaf, leader);
+        const uint32_t child = childOf(leaf, leader.number);
         m_nodes[child].leaders.push_back(leader);
     }
 }
 
 // The place whose numbers lie in most cells: of some places all over the lists, and of all when those are alike in all lists.
 // `kLeaf` when no number tells the lists apart.
-uint64_t kxKeyListLeaders::choosePlace(const std::vector<uint32_t>& leaders) const
+uint64_t kxKeyListLeaders::choosePlace(const std::vector<Leader>& leaders) const
 {
     constexpr uint64_t kSamples = 61;
-    const uint64_t count = numberCount(m_leaders[leaders[0]]);
+    const uint64_t count = numberCount(m_leaders[leaders[0].number]);
     uint64_t best = kLeaf;
     ptrdiff_t most = 1;
     std::vector<double> cells(leaders.size());
@@ -227,7 +247,7 @@ uint64_t kxKeyListLeaders::choosePlace(const std::vector<uint32_t>& leaders) con
         for (uint64_t place = 0; place < count && most * 2 < ptrdiff_t(leaders.size()); place += step)
         {
             for (size_t i = 0; i < leaders.size(); ++i)
-                cells[i] = cellOf(numberAt(m_leaders[leaders[i]], place));
+                cells[i] = cellOf(numberAt(m_leaders[leaders[i].number], place));
             std::sort(cells.begin(), cells.end());
             if (const ptrdiff_t found = std::unique(cells.begin(), cells.end()) - cells.begin(); found > most)
             {

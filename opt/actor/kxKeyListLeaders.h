@@ -3,6 +3,7 @@
 
 #include "platform/sg/kxTransformSequence1_5.h"
 
+#include <array>
 #include <map>
 #include <unordered_map>
 #include <vector>
@@ -43,11 +44,18 @@ private:
     static constexpr uint64_t kLeaf = UINT64_MAX;
     static constexpr uint32_t kLeafSize = 16;
 
+    /// Some numbers of a list: most comparisons end with them, without a look at the list, which is far away in memory.
+    using Signature = std::array<double, 4>;
+    struct Leader
+    {
+        uint32_t number;
+        Signature signature;
+    };
     struct Node
     {
         uint64_t place = kLeaf;              // of the number in the lists that tells the children apart
         std::map<double, uint32_t> children; // by cell
-        std::vector<uint32_t> leaders;       // of a leaf, rising
+        std::vector<Leader> leaders;         // of a leaf, rising
         uint32_t limit = kLeafSize;          // of leaders until the next attempt to tell them apart
     };
 
@@ -59,10 +67,12 @@ private:
     double cellOf(double number) const;
 
     uint32_t search(uint32_t root, const kxTransformSequence1_5* sequence);
-    void insert(uint32_t root, uint32_t leader);
+    void insert(uint32_t root, const Leader& leader);
+    Signature signatureOf(const kxTransformSequence1_5* sequence) const;
+    bool isNear(const Signature& a, const Signature& b) const;
     uint32_t childOf(uint32_t node, uint32_t leader);
     void split(uint32_t leaf);
-    uint64_t choosePlace(const std::vector<uint32_t>& leaders) const;
+    uint64_t choosePlace(const std::vector<Leader>& leaders) const;
 
     Kind m_kind;
     double m_tolerance = 0;

@@ -287,9 +287,17 @@ TEST_F(GltfAnimation, WhatNobodyUsesIsNamed)
         std::string(kThings) +
         R"(,"animations":[{"samplers":[{"input":0,"output":1},{"input":0,"output":1},{"input":0,"output":2}],"channels":[)"
         R"({"sampler":0,"target":{"node":1,"path":"scale"}},{"sampler":2,"target":{"node":1,"path":"scale"}},)"
-        R"({"sampler":0,"target":{"node":9,"path":"scale"}},{"sampler":0,"target":{"path":"scale"}}]}],)" +
+        R"({"sampler":0,"target":{"node":9,"path":"scale"}},{"sampler":0,"target":{"path":"scale"}},)"
+        R"({"sampler":2,"target":{"node":2,"path":"scale"}}]}],)" +
         accessors.text() + "}");
     ASSERT_TRUE(directory) << m_errors;
+    for (uint32_t i = 0; i < directory->getEntryCount(); ++i)
+        if (const auto* scene = kxCast<kxSceneInfo>(directory->getEntry(i)->getObject()))
+            forEachNodeOnce(
+                scene->getSceneGraph(),
+                [](kxNode* node, void*)
+                { EXPECT_EQ(node->isAnimated(), node->getName().view() == "knee") << node->getName().str(); },
+                nullptr);
     EXPECT_THAT(m_warnings,
                 ::testing::AllOf(::testing::HasSubstr("samplers that no channel uses are left out (and 1 more)"),
                                  ::testing::HasSubstr("keys and values of different number"),

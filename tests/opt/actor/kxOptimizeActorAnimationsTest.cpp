@@ -216,7 +216,7 @@ TEST(kxOptimizeActorAnimations, ComparesFewOfCrowdedAndBrokenLists)
              s._translations->append(kxVec3f(spread(0.005f), spread(0.005f), spread(0.005f)));
              s._quaternions->append(rotationAbout({spread(1), spread(1), spread(1)}, spread(5e-5f)));
          },
-         kCount * 300},
+         kCount * 40},
         {"one key of many differs", 200,
          [&](Sequence& s, uint32_t i, uint32_t key)
          {
