@@ -298,9 +298,16 @@ bool kxRepairHierarchy::apply(kxSmartPointer<kxNode>& root)
     Walk collecting;
     Walk detecting;
     adoptNodeList();
+    m_suspects.clear();
     collecting.run(*iterate, root, m_messageCount,
                    [&](kxNode* node, const kxNode* pathParent) { collectNodes(node, pathParent, links); });
     mergeNodeList();
+    // Where every parent that was met has turned out to be in the graph, the second pass would find nothing.
+    const bool allKnown =
+        std::all_of(m_suspects.begin(), m_suspects.end(), [this](const kxNode* parent) { return isInGraph(parent); });
+    m_suspects.clear();
+    if (allKnown)
+        return true;
     detecting.run(*iterate, root, m_messageCount,
                   [&](kxNode* node, const kxNode*) { detectLeakedNodes(node, collecting, links, cuts); });
     cuts.carryOut();
@@ -389,7 +396,11 @@ void kxRepairHierarchy::collectNodes(kxNode* node, const kxNode* pathParent, Lin
         {
             prefetchParents(parents);
             Cuts::removeIf(*parents, disagrees);
+            for (uint32_t i = 0; i < parents->getCount(); ++i)
+                noteParent(static_cast<const kxNode*>(parents->get(i)));
         }
+        else
+            noteParent(pathParent);
     }
 
     const auto* group = kxCast<kxGroup>(node);
@@ -402,11 +413,11 @@ void kxRepairHierarchy::collectNodes(kxNode* node, const kxNode* pathParent, Lin
         if (!child->_parentList && _createParentList)
             child->_parentList = kxNew<kxNonRefCountedNodeList>();
         if (!child->_parentList)
-            return;
+            return noteParent(node); // which does not become known
         say("The node %s has the child %s which doesn't reference it as a parent\n", node->getName().c_str(),
             child->getName().c_str());
         if (_disableRepair)
-            return;
+            return noteParent(node);
         child->_parentList->append(node);
         links.noteAppended(child->_parentList, node);
         say("\terror recovered.\n");

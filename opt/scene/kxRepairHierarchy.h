@@ -48,6 +48,12 @@ private:
     void say(const char* format, A... arguments);
     bool isKnown(const kxNode* node) const { return m_known.get(node); }
     bool isInGraph(const kxNode* parent) const;
+    /// Keeps a parent that is not known to be in the graph, or not yet.
+    void noteParent(const kxNode* parent)
+    {
+        if (parent && !isKnown(parent))
+            m_suspects.push_back(parent);
+    }
     void noteGraphs();
     void adoptNodeList();
     void mergeNodeList();
@@ -56,6 +62,7 @@ private:
     kxTSerialMap<bool> m_known;                // its nodes
     std::vector<uint32_t> m_serials;           // of its elements, in order
     std::vector<kxNode*> m_newlyKnown;         // not in the list yet
+    std::vector<const kxNode*> m_suspects;     // parents met before they were known
     int64_t m_messageCount = 0;
 
     /// Infos of the loaded file in whose graphs a node stands.

@@ -92,7 +92,9 @@ public:
         const bool succeeded = judge(completed);
         const bool written = writeOutput(succeeded);
         // Images are counted as they stand in the result, or would stand there.
-        m_summary.after = kxSceneAmounts::count(m_host->_file, [&](const kxImage& image) { return bytesOf(image); });
+        if (wantsAmounts())
+            m_summary.after =
+                kxSceneAmounts::count(m_host->_file, [&](const kxImage& image) { return bytesOf(image); });
         if (m_report.hasBegun() && !m_settings.quiet && m_services->_logInterface->_verbose)
             std::fputs(describeRun(m_report.getSteps(), m_summary).c_str(), stdout);
         const bool reported = writeReport();
@@ -100,6 +102,8 @@ public:
     }
 
 private:
+    bool wantsAmounts() const { return !m_settings.quiet || !m_settings.report.empty(); }
+
     // Everything that can be wrong with the arguments and the input is found here, before the first step.
     bool prepare()
     {
@@ -133,7 +137,8 @@ private:
         if (!loaded)
             return false;
         input.accept();
-        m_summary.before = kxSceneAmounts::count(m_host->_file, getStoredBytes);
+        if (wantsAmounts())
+            m_summary.before = kxSceneAmounts::count(m_host->_file, getStoredBytes);
 
         m_services->setup(m_driver);
         m_driver->setRegistry(script);
