@@ -45,7 +45,7 @@ struct MovingScene
     kxSmartPointer<kxAnimation> clip = kxNew<kxAnimation>();
     kxSmartPointer<kxGeometry> box, strip;
     kxSmartPointer<kxTransformSequence1_5> lid, knee;
-    kxSmartPointer<kxValueSequence> weights, colour;
+    kxSmartPointer<kxValueSequence> weights, colour, swelling;
 
     explicit MovingScene(
         const char* text =
@@ -138,7 +138,7 @@ struct MovingScene
         list.collect(file->_infoList, like);
         return list;
     }
-    // Two triangles on each of the skin's joints, and a sheet of 50 on the lid.
+    // Two triangles on each of the skin's joints, with a morph target, and a sheet of 50 on the lid.
     void addSurfaces()
     {
         std::vector<float> positions, weights;
@@ -155,6 +155,15 @@ struct MovingScene
         data->_arrays->append(makeArray("POSITION", kxComponentType::FLOAT32, 3, positions));
         data->_arrays->append(makeArray("JOINTS_0", kxComponentType::UINT8, 4, joints));
         data->_arrays->append(makeArray("WEIGHTS_0", kxComponentType::FLOAT32, 4, weights));
+        auto target = kxNew<kxMorphTarget>();
+        for (float& position : positions)
+            position = 1;
+        target->_arrays->append(makeArray("POSITION", kxComponentType::FLOAT32, 3, positions));
+        data->_morphTargets->append(target);
+        swelling = kxNew<kxValueSequence>();
+        swelling->_values = makeArray<float>("", kxComponentType::FLOAT32, 1, {0, 1});
+        kxGroup* actor = strip->getParent(0);
+        addTrack("strip", swelling, actor->getParent(0), "weights");
         const auto replace = [](kxGeometry* geometry, kxGeometryAttr* attr)
         {
             geometry->_attrs->clear();
@@ -314,10 +323,15 @@ TEST(kxVerifyObserver, LetsMovingGeometryBeCut)
     };
     const auto skinDiffers = testing::Contains(testing::HasSubstr("/actor/skin is only in the first"));
     const auto boxDiffers = testing::Contains(testing::HasSubstr("/lid/box is only in the first"));
-    EXPECT_THAT(compareMoved([](MovingScene& moved) { moved.knee->_translations->set(1, kxVec3f(8, 0.1f, 0)); }),
+    EXPECT_THAT(compareMoved([](MovingScene& moved) { moved.knee->_translations->set(1, kxVec3f(8, 1, 0)); }),
                 testing::AllOf(skinDiffers, testing::Not(boxDiffers)));
     EXPECT_THAT(compareMoved([](MovingScene& moved) { moved.lid->_keyFlags |= kxTransformSequence::STEP; }),
                 testing::AllOf(boxDiffers, testing::Not(skinDiffers)));
+    EXPECT_THAT(compareMoved(
+                    [](MovingScene& moved) {
+                        moved.swelling->_values = makeArray<float>("", kxComponentType::FLOAT32, 1, {0, 0.9f});
+                    }),
+                testing::AllOf(skinDiffers, testing::Not(boxDiffers)));
 }
 
 TEST(kxVerifyObserver, SeesWhatAStepDoesToClips)
