@@ -36,9 +36,10 @@ kxPictureResult comparePictures(const char* pathA, const char* pathB, const kxPi
     if (!collectFile(pathA, fileOptions, a, motionA, nullptr) || !collectFile(pathB, fileOptions, b, motionB, &motionA))
         return result;
     kxPictureComparison comparison(options);
-    result.answer = comparison.compare(a, b) ? kxPictureAnswer::SAME : kxPictureAnswer::DIFFERENT;
+    const bool isSame = comparison.compare(a, b);
+    result.answer = isSame ? kxPictureAnswer::SAME : kxPictureAnswer::DIFFERENT;
     result.lines = comparison.describe(a, b, maxLines);
-    for (std::string& line : compareMotion(motionA, motionB, options.motionTolerance, maxLines))
+    for (std::string& line : compareMotion(motionA, motionB, options.motionTolerance, maxLines, isSame))
     {
         result.answer = kxPictureAnswer::DIFFERENT;
         result.lines.push_back(std::move(line));

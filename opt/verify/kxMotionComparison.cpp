@@ -18,14 +18,15 @@ using Thing = kxMotionList::Thing;
 class ClipComparison
 {
 public:
-    ClipComparison(const kxMotionList& listA, const Clip& a, const kxMotionList& listB, const Clip& b, double tolerance)
-        : m_listA(listA), m_listB(listB), m_a(a), m_b(b), m_tolerance(tolerance)
+    ClipComparison(const kxMotionList& listA, const Clip& a, const kxMotionList& listB, const Clip& b, double tolerance,
+                   bool isSameAtRest)
+        : m_listA(listA), m_listB(listB), m_a(a), m_b(b), m_tolerance(tolerance), m_isSameAtRest(isSameAtRest)
     {
         float least[3], most[3];
         std::fill_n(least, 3, std::numeric_limits<float>::max());
         std::fill_n(most, 3, std::numeric_limits<float>::lowest());
         for (const Thing& thing : listA.getPoints())
-            for (size_t t = 0; t < a.times.size(); ++t)
+            for (size_t t = 0; t < a.times.size() && !thing.isDriver; ++t)
                 for (uint32_t i = 0; i < thing.count; ++i)
                     if (const float number = a.numbers[t * a.getWidth() + thing.first + i]; std::isfinite(number))
                     {
@@ -69,6 +70,9 @@ private:
                 ++i, ++k;
             }
         }
+        matchOthers(thingsA, thingsB, arePoints, onlyA, onlyB);
+        if (arePoints && m_isSameAtRest)
+            dropPieces(thingsA, thingsB, onlyA, onlyB);
         std::vector<std::pair<Difference, size_t>> apart;
         for (const size_t lonely : onlyA)
         {
@@ -104,6 +108,57 @@ private:
             add(kxFormat("clip \"%s\": %s is only in the second", m_b.name.c_str(), thingsB[lonely].path.c_str()));
     }
 
+    // Takes out those that agree with another partner than the one in their order.
+    void matchOthers(const std::vector<Thing>& thingsA, const std::vector<Thing>& thingsB, bool arePoints,
+                     std::vector<size_t>& onlyA, std::vector<size_t>& onlyB) const
+    {
+        std::erase_if(onlyA,
+                      [&](size_t lonely)
+                      {
+                          const Thing& thing = thingsA[lonely];
+                          for (size_t n = 0; n < onlyB.size() && n < kMostCandidates; ++n)
+                              if (thingsB[onlyB[n]].content == thing.content &&
+                                  differenceOf(thing, thingsB[onlyB[n]]).size <= allowed(thing, arePoints))
+                              {
+                                  onlyB.erase(onlyB.begin() + static_cast<ptrdiff_t>(n));
+                                  return true;
+                              }
+                          return false;
+                      });
+    }
+
+    // Vertex data that were cut or dealt out anew have no partner, but at rest the pieces together show the same. So they do
+    // in the clip where what moves them is the same.
+    void dropPieces(const std::vector<Thing>& thingsA, const std::vector<Thing>& thingsB, std::vector<size_t>& onlyA,
+                    std::vector<size_t>& onlyB) const
+    {
+        if (onlyA.empty() || onlyB.empty())
+            return;
+        std::unordered_multimap<uint64_t, size_t> driversB;
+        for (size_t i = 0; i < thingsB.size(); ++i)
+            if (thingsB[i].isDriver)
+                driversB.emplace(thingsB[i].content, i);
+        std::vector<bool> isMovedInA(thingsA.size()), isMovedInB(thingsB.size()); // drivers that have equals
+        for (size_t i = 0; i < thingsA.size(); ++i)
+        {
+            if (!thingsA[i].isDriver)
+                continue;
+            size_t candidates = 0;
+            const auto [first, end] = driversB.equal_range(thingsA[i].content);
+            for (auto at = first; at != end && candidates < kMostCandidates; ++at, ++candidates)
+                if (differenceOf(thingsA[i], thingsB[at->second]).size <= allowed(thingsA[i], true))
+                    isMovedInA[i] = isMovedInB[at->second] = true;
+        }
+        const auto drop =
+            [](const std::vector<Thing>& things, const std::vector<bool>& isMoved, std::vector<size_t>& indices)
+        {
+            std::erase_if(indices, [&](size_t index)
+                          { return things[index].driver < things.size() && isMoved[things[index].driver]; });
+        };
+        drop(thingsA, isMovedInA, onlyA);
+        drop(thingsB, isMovedInB, onlyB);
+    }
+
     // Things that are looked at as partners for one that has lost its own.
     static constexpr size_t kMostCandidates = 1000;
 
@@ -115,9 +170,10 @@ private:
 
     static std::vector<size_t> order(const std::vector<Thing>& things)
     {
-        std::vector<size_t> order(things.size());
-        for (size_t i = 0; i < order.size(); ++i)
-            order[i] = i;
+        std::vector<size_t> order;
+        for (size_t i = 0; i < things.size(); ++i)
+            if (!things[i].isDriver)
+                order.push_back(i);
         std::stable_sort(order.begin(), order.end(),
                          [&](size_t x, size_t y) { return things[x].content < things[y].content; });
         return order;
@@ -160,12 +216,14 @@ private:
     const Clip& m_a;
     const Clip& m_b;
     double m_tolerance;
+    bool m_isSameAtRest;
     double m_extent = 0;
 };
 
 } // namespace
 
-std::vector<std::string> compareMotion(const kxMotionList& a, const kxMotionList& b, double tolerance, size_t maxLines)
+std::vector<std::string> compareMotion(const kxMotionList& a, const kxMotionList& b, double tolerance, size_t maxLines,
+                                       bool isSameAtRest)
 {
     std::vector<std::string> lines;
     size_t count = 0;
@@ -180,7 +238,7 @@ std::vector<std::string> compareMotion(const kxMotionList& a, const kxMotionList
     for (const Clip& clip : a.getClips())
     {
         if (const Clip* partner = inB.find(clip.name, numbersA[clip.name.getHash()]++))
-            ClipComparison(a, clip, b, *partner, tolerance).describe(add);
+            ClipComparison(a, clip, b, *partner, tolerance, isSameAtRest).describe(add);
         else
             add(kxFormat("clip \"%s\" is only in the first", clip.name.c_str()));
     }

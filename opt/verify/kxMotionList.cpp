@@ -116,7 +116,8 @@ void kxMotionList::choosePoints(std::deque<kxMovingGraph>& graphs, const kxMotio
     {
         graph.choosePoints(m_pointsPerGeometry);
         for (const kxMovingGraph::Draw& draw : graph.getDraws())
-            ++countOf[draw.content];
+            if (!draw.isDriver)
+                ++countOf[draw.content];
     }
     if (!like || !like->m_pointsPerGeometry)
     {
@@ -132,9 +133,12 @@ void kxMotionList::choosePoints(std::deque<kxMovingGraph>& graphs, const kxMotio
     for (size_t g = 0; g < graphs.size(); ++g)
     {
         graphs[g].filter([&](uint64_t content) { return content <= m_lastContent; });
+        const auto before = static_cast<uint32_t>(m_points.size());
         for (const kxMovingGraph::Draw& draw : graphs[g].getDraws())
         {
-            m_points.push_back({combineHash(g, draw.content), graphs[g].getPath(draw), first, draw.pointCount * 3});
+            m_points.push_back({combineHash(g, draw.content), draw.isDriver ? std::string() : graphs[g].getPath(draw),
+                                first, draw.pointCount * 3,
+                                draw.driver == UINT32_MAX ? UINT32_MAX : before + draw.driver, draw.isDriver});
             first += draw.pointCount * 3;
         }
     }

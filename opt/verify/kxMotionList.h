@@ -27,6 +27,8 @@ public:
         std::string path;
         uint32_t first; ///< of its numbers at each time
         uint32_t count;
+        uint32_t driver = UINT32_MAX; ///< of a geometry: the point that holds what moves it
+        bool isDriver = false;        ///< see `kxMovingGraph::Draw`
     };
     struct Clip
     {

@@ -248,6 +248,7 @@ void kxMovingGraph::choosePoints(uint32_t perGeometry)
 {
     m_draws.clear();
     m_points.clear();
+    m_drivers.clear();
     for (const kxMatrix44d& matrix : m_rest)
         for (int i = 0; i < 3; ++i)
             if (std::isfinite(matrix[3][i]))
@@ -269,18 +270,103 @@ void kxMovingGraph::choosePoints(uint32_t perGeometry)
         if (!geometry)
             continue;
         const bool isSkinned = place.skin != kNone && m_skins[place.skin].isMoving;
-        if (place.isMoving || isSkinned || place.isMorphed)
-            for (const kxAttr* attr : *geometry->getAttrs())
-                if (const auto* data = kxCast<kxGeometryAttr>(attr))
-                    addGeometryPoints(*data, place, perGeometry, *begin(0));
+        if (!place.isMoving && !isSkinned && !place.isMorphed)
+            continue;
+        const uint32_t driver = addDriver(number, *geometry);
+        for (const kxAttr* attr : *geometry->getAttrs())
+            if (const auto* data = kxCast<kxGeometryAttr>(attr))
+            {
+                Draw& draw = *begin(0);
+                draw.driver = driver;
+                addGeometryPoints(*data, place, perGeometry, draw);
+            }
     }
+    m_drivers.clear();
 }
 
-void kxMovingGraph::addAxes(Draw& draw)
+// However geometry is cut into pieces, each of them depends on the same: the static way from the driven node above, or the
+// joints of the skin, and the weights of its morph targets. Returns the draw for it, one for all pieces.
+uint32_t kxMovingGraph::addDriver(uint32_t number, const kxGeometry& geometry)
+{
+    const Place& place = m_places[number];
+    const bool isSkinned = place.skin != kNone && geometry.hasSkinnedAttr();
+    uint64_t content = isSkinned ? 1 : 0;
+    std::vector<double> key{double(content)};
+    if (isSkinned)
+    {
+        key.push_back(double(place.skin));
+        for (const kxNode* joint : *m_skins[place.skin].skin->_joints)
+            content = combineHash(content, joint ? joint->getName().getHash() : 0);
+    }
+    else
+    {
+        kxMatrix44d way;
+        uint32_t at = number;
+        for (; at != kNone && !m_driven.contains(m_places[at].node); at = m_places[at].parent)
+            if (const auto* transform = kxCast<kxTransform>(m_places[at].node))
+                way = way * kxMatrix44d(transform->getMatrix());
+        key.push_back(double(at));
+        for (int row = 0; row < 4; ++row)
+            for (int column = 0; column < 3; ++column)
+                key.push_back(std::isfinite(way[row][column]) ? way[row][column] : 0);
+        content = combineHash(content, at == kNone ? 0 : m_places[at].node->getName().getHash());
+    }
+    size_t weightCount = 0;
+    if (place.isMorphed)
+        for (const kxAttr* attr : *geometry.getAttrs())
+            if (const auto* data = kxCast<kxGeometryAttr>(attr))
+                weightCount = std::max<size_t>(weightCount, data->_morphTargets->getCount());
+    if (weightCount > 0)
+    {
+        // Weights depend on all that is above.
+        key.push_back(double(weightCount));
+        key.push_back(double(number));
+        content = combineHash(content, weightCount);
+    }
+    const auto [known, isNew] = m_drivers.try_emplace(std::move(key), static_cast<uint32_t>(m_draws.size()));
+    if (!isNew)
+        return known->second;
+    m_draws.push_back({content, number, static_cast<uint32_t>(m_points.size()), 0});
+    Draw& draw = m_draws.back();
+    draw.isDriver = true;
+    if (isSkinned)
+        for (uint32_t joint = 0; joint < m_skins[place.skin].joints.size(); ++joint)
+            addAxes(draw, joint);
+    else
+        addAxes(draw);
+    for (size_t target = 0; target < weightCount; ++target, ++draw.pointCount)
+    {
+        Point point{};
+        point.displacements.resize(weightCount, kxVec3d(0, 0, 0));
+        point.displacements[target].x = m_axisLength;
+        m_points.push_back(std::move(point));
+    }
+    return known->second;
+}
+
+void kxMovingGraph::keep(const std::vector<bool>& keeps)
+{
+    std::vector<uint32_t> numbers(m_draws.size(), kNone);
+    uint32_t count = 0;
+    for (size_t i = 0; i < m_draws.size(); ++i)
+        if (keeps[i])
+        {
+            numbers[i] = count;
+            m_draws[count++] = m_draws[i];
+        }
+    m_draws.resize(count);
+    for (Draw& draw : m_draws)
+        draw.driver = draw.driver == kNone ? kNone : numbers[draw.driver];
+}
+
+// Of the place, or of a joint of its skin.
+void kxMovingGraph::addAxes(Draw& draw, uint32_t joint)
 {
     for (int axis = -1; axis < 3; ++axis, ++draw.pointCount)
     {
         Point point{};
+        if (joint != kNone)
+            point.influences.push_back({joint, 1});
         if (axis >= 0)
             point.position[axis] = m_axisLength;
         m_points.push_back(point);

@@ -5,11 +5,14 @@
 #include "platform/attrs/kxGeometryAttr.h"
 #include "platform/core/kxTSerialMap.h"
 #include "platform/sg/kxAnimationDatabase.h"
+#include "platform/sg/kxGeometry.h"
 #include "platform/sg/kxMesh.h"
 #include "platform/sg/kxMorphInstance.h"
 #include "platform/sg/kxTransform.h"
 #include "platform/sg/kxTransformSequence1_5.h"
 #include "platform/sg/kxValueSequence.h"
+
+#include <map>
 
 namespace Kel::Opt
 {
@@ -32,6 +35,8 @@ public:
         uint32_t place;
         uint32_t firstPoint;
         uint32_t pointCount;
+        uint32_t driver = UINT32_MAX; ///< of a geometry: the draw that holds what moves it
+        bool isDriver = false; ///< not something drawn, but what moves it: axes of a place or of joints, and weights
     };
 
     /// Follows the paths below `root` and finds what the databases' clips move; null draws nothing.
@@ -39,11 +44,19 @@ public:
 
     /// Chooses the points, up to that many of each geometry. Must have been called before `evaluate`.
     void choosePoints(uint32_t perGeometry);
-    /// Lets go of the draws for which `isKept(content)` is false.
+    /// Lets go of the draws for which `isKept(content)` is false, and of what moves none of the others.
     template <class IsKept>
     void filter(IsKept isKept)
     {
-        std::erase_if(m_draws, [&](const Draw& draw) { return !isKept(draw.content); });
+        std::vector<bool> keeps(m_draws.size());
+        for (size_t i = 0; i < m_draws.size(); ++i)
+            if (!m_draws[i].isDriver && isKept(m_draws[i].content))
+            {
+                keeps[i] = true;
+                if (m_draws[i].driver != kNone)
+                    keeps[m_draws[i].driver] = true;
+            }
+        keep(keeps);
     }
     const std::vector<Draw>& getDraws() const { return m_draws; }
     size_t getMovingCount() const { return m_moving.size(); }
@@ -111,7 +124,9 @@ private:
     const kxNode* targetOf(const kxAnimationTrack& track) const;
     const std::vector<uint32_t>& placesOf(const kxNode* node) const;
     void addGeometryPoints(const kxGeometryAttr& data, const Place& place, uint32_t perGeometry, Draw& draw);
-    void addAxes(Draw& draw);
+    void addAxes(Draw& draw, uint32_t joint = kNone);
+    uint32_t addDriver(uint32_t place, const kxGeometry& geometry);
+    void keep(const std::vector<bool>& keeps);
 
     std::vector<Place> m_places;    // of the paths that lead to something that moves; parents before children
     std::vector<uint32_t> m_moving; // of those, the ones that do
@@ -123,6 +138,7 @@ private:
     std::unordered_map<const kxNode*, bool> m_driven;    // true: its weights
     std::vector<Draw> m_draws;
     std::vector<Point> m_points;
+    std::map<std::vector<double>, uint32_t> m_drivers; // draws, by what they depend on; while points are chosen
     double m_axisLength = 1;
 
     // While a time is evaluated.

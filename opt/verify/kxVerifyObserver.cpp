@@ -69,9 +69,10 @@ void kxVerifyObserver::compare(int step, kxStringRef name)
     kxPictureComparison comparison(m_options);
     std::unique_ptr<kxMotionList> motion = collectMotion();
     std::vector<std::string> lines;
-    if (!comparison.compare(*m_picture, *picture))
+    const bool isSame = comparison.compare(*m_picture, *picture);
+    if (!isSame)
         lines = comparison.describe(*m_picture, *picture, m_maxLines);
-    for (std::string& line : compareMotion(*m_motion, *motion, m_options.motionTolerance, m_maxLines))
+    for (std::string& line : compareMotion(*m_motion, *motion, m_options.motionTolerance, m_maxLines, isSame))
         lines.push_back(std::move(line));
     if (lines.empty())
         return;

@@ -94,7 +94,8 @@ bool kxVerifyPicture::verify(const kxSceneInfo* scene, kxNode* root)
                                     .motionTolerance = _motionTolerance,
                                     .imageTolerance = _imageTolerance});
     const bool isSame = comparison.compare(*remembered, *picture);
-    const std::vector<std::string> moved = compareMotion(*rememberedMotion, *motion, _motionTolerance, _maxLines);
+    const std::vector<std::string> moved =
+        compareMotion(*rememberedMotion, *motion, _motionTolerance, _maxLines, isSame);
     if (isSame && moved.empty())
     {
         printf("\t\tpicture of \"%s\" unchanged (%lld draws)\n", name, static_cast<long long>(drawCount));

@@ -5,7 +5,8 @@
 
 Of each scene, once through kxReduceKeyframes: every key that is left is one of before to the bit, the first and the last are
 left, between keys no track is further off than the tolerance, and the file is not larger than one that was only converted.
-Once through all animation optimizations: `--verify-each` finds the same picture behind every step.
+Once through all animation optimizations, and once through those that take moving geometry to pieces: `--verify-each` finds
+the same picture behind every step, and of the pieces `compare` does in the file.
 The interpolation here is written from the definition of the format and shares nothing with the program's.
 Exit status: 0 all well, 1 failures, 77 without assets or numpy.
 """
@@ -29,6 +30,7 @@ TOLERANCE = 1e-4
 # What single precision and the reading of times add.
 NOISE = 5e-6
 ALL = ["kxOptimizeActorKeyframes", "kxReduceKeyframes", "kxOptimizeActorAnimations"]
+PIECES = ["kxLimitActorBlendPalettes\nmaxBlendMatrixCount = 8", "kxSpatialPartition\nsplitGeometry = true"]
 
 
 def script(names):
@@ -150,12 +152,13 @@ def main():
                                     timeout=120)
             return [] if result.returncode == 0 else [f"exit status {result.returncode}"] + result.stderr.splitlines()
 
-        for name, steps in (("reduce", ["kxReduceKeyframes"]), ("all", ALL)):
+        for name, steps in (("reduce", ["kxReduceKeyframes"]), ("all", ALL), ("pieces", PIECES)):
             with open(f"{stem}.{name}.ini", "w") as file:
                 file.write(script(steps))
         lines = run("convert", source, f"{stem}.plain.glb")
-        for name in ("reduce", "all"):
+        for name in ("reduce", "all", "pieces"):
             lines += run("run", source, "-s", f"{stem}.{name}.ini", "-o", f"{stem}.{name}.glb", "--verify-each")
+        lines += run("compare", source, f"{stem}.pieces.glb")
         if not lines:
             sizes = [os.path.getsize(f"{stem}.{name}.glb") for name in ("plain", "reduce", "all")]
             lines, count, left, worst = check(tracks(source), tracks(f"{stem}.reduce.glb"))

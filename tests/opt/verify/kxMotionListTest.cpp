@@ -43,8 +43,9 @@ struct MovingScene
     kxSmartPointer<kxSceneInfo> info = kxNew<kxSceneInfo>();
     kxSmartPointer<kxAnimationDatabase> database = kxNew<kxAnimationDatabase>();
     kxSmartPointer<kxAnimation> clip = kxNew<kxAnimation>();
+    kxSmartPointer<kxGeometry> box, strip;
     kxSmartPointer<kxTransformSequence1_5> lid, knee;
-    kxSmartPointer<kxValueSequence> weights, colour;
+    kxSmartPointer<kxValueSequence> weights, colour, swelling;
 
     explicit MovingScene(
         const char* text =
@@ -53,6 +54,8 @@ struct MovingScene
             "\"still\"{tri})")
     {
         const NamedScene scene(text);
+        box = kxCast<kxGeometry>(scene["box"]);
+        strip = kxCast<kxGeometry>(scene["skin"]);
         auto positions = [&](const char* name, const std::vector<float>& values)
         {
             const auto data = kxNew<kxGeometryAttr>();
@@ -134,6 +137,47 @@ struct MovingScene
         kxMotionList list;
         list.collect(file->_infoList, like);
         return list;
+    }
+    // Two triangles on each of the skin's joints, with a morph target, and a sheet of 50 on the lid.
+    void addSurfaces()
+    {
+        std::vector<float> positions, weights;
+        std::vector<uint8_t> joints;
+        for (int corner = 0; corner < 12; ++corner)
+        {
+            const auto x = static_cast<float>(corner / 3), y = static_cast<float>(corner % 3 == 1),
+                       z = static_cast<float>(corner % 3 == 2);
+            positions.insert(positions.end(), {x, y, z});
+            joints.insert(joints.end(), {static_cast<uint8_t>(corner / 6), 0, 0, 0});
+            weights.insert(weights.end(), {1, 0, 0, 0});
+        }
+        const auto data = kxNew<kxGeometryAttr>();
+        data->_arrays->append(makeArray("POSITION", kxComponentType::FLOAT32, 3, positions));
+        data->_arrays->append(makeArray("JOINTS_0", kxComponentType::UINT8, 4, joints));
+        data->_arrays->append(makeArray("WEIGHTS_0", kxComponentType::FLOAT32, 4, weights));
+        auto target = kxNew<kxMorphTarget>();
+        for (float& position : positions)
+            position = 1;
+        target->_arrays->append(makeArray("POSITION", kxComponentType::FLOAT32, 3, positions));
+        data->_morphTargets->append(target);
+        swelling = kxNew<kxValueSequence>();
+        swelling->_values = makeArray<float>("", kxComponentType::FLOAT32, 1, {0, 1});
+        kxGroup* actor = strip->getParent(0);
+        addTrack("strip", swelling, actor->getParent(0), "weights");
+        const auto replace = [](kxGeometry* geometry, kxGeometryAttr* attr)
+        {
+            geometry->_attrs->clear();
+            geometry->appendAttr(attr);
+        };
+        replace(strip, data);
+        const auto sheet = kxNew<kxGeometryAttr>();
+        std::vector<float> squares;
+        for (int i = 0; i < 25; ++i)
+            for (const int corner : {0, 1, 2, 2, 1, 3})
+                squares.insert(squares.end(),
+                               {static_cast<float>(i % 5 + corner % 2), static_cast<float>(i / 5 + corner / 2), 0});
+        sheet->_arrays->append(makeArray("POSITION", kxComponentType::FLOAT32, 3, squares));
+        replace(box, sheet);
     }
     std::vector<std::string> differenceFrom(const kxMotionList& before) const
     {
@@ -255,6 +299,54 @@ TEST(kxMotionList, BrokenKeysAndEmptyScenesDoNoHarm)
     kxMotionList list;
     list.collect(static_cast<const kxInfoList*>(nullptr));
     EXPECT_TRUE(list.getClips().empty());
+}
+
+// Pieces of moving geometry show the same as the whole, as long as they are moved the same.
+TEST(kxVerifyObserver, LetsMovingGeometryBeCut)
+{
+    MovingScene scene;
+    scene.addSurfaces();
+    const kxMotionList before = scene.collect();
+    const auto cut = [&](MovingScene& scene)
+    {
+        TestRun run;
+        run.getService()->_file = scene.file;
+        auto driver = run.createDriver("[OPTIMIZE]\noptimizationCount = 2\nhierarchyCheck = false\n"
+                                       "[OPTIMIZATION1]\nname = kxLimitActorBlendPalettes\nmaxBlendMatrixCount = 1\n"
+                                       "[OPTIMIZATION2]\nname = kxSpatialPartition\nsplitGeometry = true\n");
+        kxVerifyObserver observer(kxVerifyObserver::EACH_STEP);
+        driver->addObserver(&observer);
+        EXPECT_TRUE(driver->apply(static_cast<kxInfo*>(nullptr)));
+        for (const auto& change : observer.getChanges())
+            ADD_FAILURE() << change.step << ": " << testing::PrintToString(change.lines);
+    };
+    cut(scene);
+    EXPECT_THAT(compareMotion(before, scene.collect(&before), 1e-3, 20, false),
+                testing::AllOf(testing::Contains("clip \"walk\": /kxGroup/lid/box is only in the first"),
+                               testing::Contains("clip \"walk\": /kxGroup/strip/actor/skin is only in the first")))
+        << "both are in pieces";
+    EXPECT_THAT(compareMotion(before, scene.collect(&before), 1e-3, 20, true), testing::ElementsAre());
+
+    // The same pieces, moved otherwise.
+    const auto compareMoved = [&](const std::function<void(MovingScene&)>& change)
+    {
+        MovingScene moved;
+        moved.addSurfaces();
+        cut(moved);
+        change(moved);
+        return compareMotion(before, moved.collect(&before), 1e-3, 20, true);
+    };
+    const auto skinDiffers = testing::Contains(testing::HasSubstr("/actor/skin is only in the first"));
+    const auto boxDiffers = testing::Contains(testing::HasSubstr("/lid/box is only in the first"));
+    EXPECT_THAT(compareMoved([](MovingScene& moved) { moved.knee->_translations->set(1, kxVec3f(8, 1, 0)); }),
+                testing::AllOf(skinDiffers, testing::Not(boxDiffers)));
+    EXPECT_THAT(compareMoved([](MovingScene& moved) { moved.lid->_keyFlags |= kxTransformSequence::STEP; }),
+                testing::AllOf(boxDiffers, testing::Not(skinDiffers)));
+    EXPECT_THAT(compareMoved(
+                    [](MovingScene& moved) {
+                        moved.swelling->_values = makeArray<float>("", kxComponentType::FLOAT32, 1, {0, 0.9f});
+                    }),
+                testing::AllOf(skinDiffers, testing::Not(boxDiffers)));
 }
 
 TEST(kxVerifyObserver, SeesWhatAStepDoesToClips)
