@@ -27,7 +27,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
             std::count(reports.m_errors.begin(), reports.m_errors.end(), '\n') > 1)
             __builtin_trap();
         if (loaded)
-            kxGltfWriter("/dev/null", true).write(*directory);
+            kxGltfWriter("/dev/null", true, *options).write(*directory);
     }
     ::close(descriptor);
     return 0;

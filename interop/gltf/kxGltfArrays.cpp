@@ -12,7 +12,6 @@ namespace
 
 using Number = unsigned long long; // for messages
 
-constexpr std::string_view kBufferMembers[] = {"uri", "byteLength", "name"};
 constexpr std::string_view kAccessorMembers[] = {"bufferView", "byteOffset", "componentType", "normalized", "count",
                                                  "type",       "max",        "min",           "sparse",     "name"};
 const kxKnownKeys kAccessorKeys = {"accessor", kAccessorMembers, {}};

@@ -470,7 +470,10 @@ template <class... A>
 void kxRepairHierarchy::say(const char* format, A... arguments)
 {
     ++m_messageCount;
-    printf(format, arguments...);
+    if constexpr (sizeof...(arguments) == 0)
+        printf("%s", format);
+    else
+        printf(format, arguments...);
 }
 
 // The elements are not looked at again once they were listed: a node of an earlier graph may be gone. Their serials are kept
