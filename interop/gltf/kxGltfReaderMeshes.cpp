@@ -122,8 +122,10 @@ bool kxGltfReader::readMesh(Mesh& record, const kxJsonValue& json, uint32_t inde
 template <class Visit>
 void kxGltfReader::forEachGeometry(const kxMesh& mesh, Visit visit)
 {
-    for (const kxNode* child : *mesh._childList)
+    // By index: a mesh of which nothing could be read has no list.
+    for (uint32_t i = 0; i < mesh.getChildCount(); ++i)
     {
+        const kxNode* child = mesh.getChild(i);
         const auto* geometry = kxCast<kxGeometry>(child);
         if (!geometry)
             geometry = kxCast<kxGeometry>(static_cast<const kxGroup*>(child)->getChild(0u));

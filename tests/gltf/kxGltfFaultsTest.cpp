@@ -179,6 +179,15 @@ TEST_F(GltfFaults, OneLineForEachKindOfFault)
     EXPECT_EQ(static_cast<kxGroup*>(rootOf(*directory)->getChild(0u))->getChildCount(), 1u);
 }
 
+TEST_F(GltfFaults, SkinsOnMeshesOfWhichNothingCouldBeRead)
+{
+    const auto directory = loadText(R"({"asset":{"version":"2.0"},"scene":0,"scenes":[{"nodes":[0]}],
+        "nodes":[{"mesh":0,"skin":0}],"skins":[{"joints":[0]}],"meshes":[{"primitives":[{"attributes":{"POSITION":7}}]}]})");
+    ASSERT_TRUE(directory) << m_errors;
+    EXPECT_NE(m_warnings.find("are left out"), std::string::npos) << m_warnings;
+    EXPECT_TRUE(save(*directory, "out.glb")) << m_errors;
+}
+
 TEST_F(GltfFaults, BrokenBinaryFiles)
 {
     const std::string json = R"({"asset":{"version":"2.0"}} )"; // 28 bytes
