@@ -48,7 +48,12 @@ bool kxCompareAttr::isLocked(kxAttr* attr) const
 
 bool kxCompareAttr::compareAttrs(kxAttr* a, kxAttr* b) const
 {
-    return a && b && !isLocked(a) && !isLocked(b) && a->isAlikeShallow(b);
+    return areAlike(_lockInterface, a, b);
+}
+
+bool kxCompareAttr::areAlike(kxLockInterface* locks, kxAttr* a, kxAttr* b)
+{
+    return a && b && !(locks && (locks->isLocked(a) || locks->isLocked(b))) && a->isAlikeShallow(b);
 }
 
 kxSmartPointer<kxParameterSet> kxCompareAttr::compare(kxParameterSet*)

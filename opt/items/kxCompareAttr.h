@@ -31,6 +31,9 @@ class kxCompareAttr : public kxItemBase
 
     virtual kxSmartPointer<kxParameterSet> compare(kxParameterSet* input);
 
+    /// The comparison itself; `locks` may be null.
+    static bool areAlike(kxLockInterface* locks, kxAttr* a, kxAttr* b);
+
 protected:
     bool isLocked(kxAttr* attr) const;
     bool compareAttrs(kxAttr* a, kxAttr* b) const;

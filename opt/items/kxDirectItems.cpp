@@ -140,12 +140,39 @@ bool kxDirectItems::replaceAttr(kxObject* container, kxAttr* oldAttr, kxAttr* ne
     return kxReplaceAttrForNode::replace(set->getAttrs(), oldAttr, newAttr);
 }
 
+bool askProperty(kxInterfaced& client, kxObject* object, kxDirectItems::Property& property)
+{
+    if (kxDirectItems(client).getProperty(object, property))
+        return true;
+    const kxItemNames& names = kxItemNames::get();
+    kxItemCall call(&client, names.objectProperty, object);
+    property = {};
+    if (!call || !call.set(names.objectField, object).run(names.getProperty))
+        return false;
+    property = {call.getFlag(names.canAddChildField),     call.getFlag(names.canRemoveChildField),
+                call.getFlag(names.canReplaceChildField), call.getFlag(names.canAddAttrField),
+                call.getFlag(names.canRemoveAttrField),   call.getFlag(names.canReplaceAttrField)};
+    return true;
+}
+
+kxSmartPointer<kxAttrList> askAttrList(kxInterfaced& client, kxObject* object, kxItemCall::Missing missing)
+{
+    if (kxSmartPointer<kxAttrList> attrs; kxDirectItems(client).getAttrList(object, attrs))
+        return attrs;
+    const kxItemNames& names = kxItemNames::get();
+    kxItemCall call(&client, names.attrTraversal, object, missing);
+    if (!call)
+        return nullptr;
+    call.set(names.containerField, object);
+    const bool done = missing == kxItemCall::SILENT ? call.tryRun(names.getChildList) : call.run(names.getChildList);
+    return done ? kxCast<kxAttrList>(call.getList(names.childListField)) : nullptr;
+}
+
 bool kxDirectItems::compare(kxAttr* a, kxAttr* b, bool& alike) const
 {
     if (!a || !b || !isServedBy(kxItemNames::get().compareAttr, a, kxCompareAttr::staticMetaObject()))
         return false;
-    kxLockInterface* locks = m_client._lockInterface;
-    alike = !(locks && (locks->isLocked(a) || locks->isLocked(b))) && a->isAlikeShallow(b);
+    alike = kxCompareAttr::areAlike(m_client._lockInterface, a, b);
     return true;
 }
 

@@ -3,6 +3,7 @@
 
 #include "opt/framework/kxInterfaced.h"
 #include "opt/framework/kxOptNames.h"
+#include "opt/items/kxItemCall.h"
 #include "platform/attrs/kxAttr.h"
 
 namespace Kel::Opt
@@ -46,5 +47,12 @@ private:
 
     const kxInterfaced& m_client;
 };
+
+/// What may be done with an object, from the library's item without a call or from another by one. False, with the message
+/// of a missing or failed item printed through `client`, when nobody says; then nothing may be done.
+bool askProperty(kxInterfaced& client, kxObject* object, kxDirectItems::Property& property);
+
+/// New list of the attributes of an object, in the same way; null when nobody says, or the answer is no list of attributes.
+kxSmartPointer<kxAttrList> askAttrList(kxInterfaced& client, kxObject* object, kxItemCall::Missing missing);
 
 } // namespace Kel::Opt

@@ -1,5 +1,6 @@
 #include "opt/iterate/kxIterateGraph.h"
 
+#include "opt/iterate/kxPrefetch.h"
 #include "platform/sg/kxGroup.h"
 #include "platform/sg/kxTimeTransform.h"
 
@@ -30,12 +31,6 @@ constexpr uint32_t kWideCount = 64;
 constexpr uint32_t kLinksAhead = 6;
 constexpr uint32_t kSiblingsPerLink = 2;
 
-void prefetchNode(const kxNode* node)
-{
-    __builtin_prefetch(node);
-    __builtin_prefetch(reinterpret_cast<const char*>(node) + 64);
-}
-
 void prefetchBranches(const kxGroup* parent, uint32_t index, uint32_t count)
 {
     for (uint32_t link = 0; link < kLinksAhead; ++link)
@@ -58,12 +53,9 @@ void prefetchBranches(const kxGroup* parent, uint32_t index, uint32_t count)
         if (!node)
             continue;
         if (link % 2 == 0)
-            prefetchNode(node);
+            prefetchObject(node);
         else
-        {
-            __builtin_prefetch(list);
-            __builtin_prefetch(reinterpret_cast<const char*>(list) + 64);
-        }
+            prefetchObject(list);
     }
 }
 
@@ -92,7 +84,7 @@ kxNode* kxIterateGraph::getNext()
         return getNextSkippingChildren();
     kxNode* child = group->getChild(0u);
     for (uint32_t i = 1; i <= kSiblingsAhead && i < count; ++i)
-        prefetchNode(group->getChild(i));
+        prefetchObject(group->getChild(i));
     _currentPath->append(child);
     _currentIndices->append(0);
     return child;
@@ -113,14 +105,14 @@ kxNode* kxIterateGraph::getNextSkippingChildren()
             if (count >= kWideCount)
                 prefetchBranches(parent, index, count);
             else if (index + kSiblingsAhead < count)
-                prefetchNode(parent->getChild(index + kSiblingsAhead));
+                prefetchObject(parent->getChild(index + kSiblingsAhead));
             path.set(depth - 1, child);
             _currentIndices->set(depth - 2, static_cast<int32_t>(index));
             return child;
         }
         if (depth + 2 < start && depth > kParentsAhead)
         {
-            prefetchNode(path.get(depth - kParentsAhead));
+            prefetchObject(path.get(depth - kParentsAhead));
             const auto* nearer = static_cast<const kxGroup*>(path.get(depth - kParentsAhead / 2));
             __builtin_prefetch(nearer->_childList.get());
         }

@@ -20,10 +20,7 @@ bool isShareableAttrType(const kxMetaObject* type)
 
 bool holdsAttrOfType(kxInterfaced& user, kxObject* object, const kxMetaObject* type)
 {
-    const kxItemNames& names = kxItemNames::get();
-    kxItemCall call(&user, names.attrTraversal, object, kxItemCall::SILENT);
-    call.set(names.containerField, object).tryRun(names.getChildList);
-    const kxSmartPointer<kxObjectList> attrs = call.getList(names.childListField);
+    const kxSmartPointer<kxAttrList> attrs = askAttrList(user, object, kxItemCall::SILENT);
     if (!attrs)
         return false;
     for (const kxObject* attr : *attrs)

@@ -273,19 +273,9 @@ const kxCollapseHierarchy::Rights& kxCollapseHierarchy::getRights(kxObject* obje
 {
     if (object && object == m_rights.object)
         return m_rights;
-    const kxItemNames& names = kxItemNames::get();
     m_rights = {};
-    if (kxDirectItems::Property property; kxDirectItems(*this).getProperty(object, property))
-    {
+    if (kxDirectItems::Property property; askProperty(*this, object, property))
         m_rights = {object, property.canReplaceChild, property.canAddChild && property.canRemoveChild};
-        return m_rights;
-    }
-    kxItemCall call(this, names.objectProperty, object);
-    if (!call || !call.set(names.objectField, object).run(names.getProperty))
-        return m_rights;
-    m_rights.object = object;
-    m_rights.replace = call.getFlag(names.canReplaceChildField);
-    m_rights.edit = call.getFlag(names.canAddChildField) && call.getFlag(names.canRemoveChildField);
     return m_rights;
 }
 

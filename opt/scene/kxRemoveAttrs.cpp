@@ -74,22 +74,13 @@ void kxRemoveAttrs::removeAttrs(kxObject* object)
 
 bool kxRemoveAttrs::canEditAttrList(kxObject* object)
 {
-    if (kxDirectItems::Property property; kxDirectItems(*this).getProperty(object, property))
-        return property.canRemoveAttr;
-    const kxItemNames& names = kxItemNames::get();
-    kxItemCall call(this, names.objectProperty, object);
-    return call && call.set(names.objectField, object).run(names.getProperty) && call.getFlag(names.canRemoveAttrField);
+    kxDirectItems::Property property;
+    return askProperty(*this, object, property) && property.canRemoveAttr;
 }
 
 kxSmartPointer<kxAttrList> kxRemoveAttrs::getAttrList(kxObject* object)
 {
-    if (kxSmartPointer<kxAttrList> attrs; kxDirectItems(*this).getAttrList(object, attrs))
-        return attrs;
-    const kxItemNames& names = kxItemNames::get();
-    kxItemCall call(this, names.attrTraversal, object);
-    if (!call || !call.set(names.containerField, object).run(names.getChildList))
-        return nullptr;
-    return kxCast<kxAttrList>(call.getList(names.childListField));
+    return askAttrList(*this, object, kxItemCall::INTERFACE);
 }
 
 bool kxRemoveAttrs::removeAttr(kxObject* container, kxAttr* attr)

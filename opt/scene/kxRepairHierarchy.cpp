@@ -8,6 +8,7 @@
 
 #include "opt/framework/kxOptInterface.h"
 #include "opt/iterate/kxIterateGraph.h"
+#include "opt/iterate/kxPrefetch.h"
 #include "platform/sg/kxAnimationDatabase.h"
 #include "platform/sg/kxSceneInfo.h"
 #include "platform/sg/kxSkin.h"
@@ -343,12 +344,6 @@ namespace
 // What is asked of the neighbours of a node lies anywhere in memory in a large graph. Asked for ahead it arrives together.
 constexpr uint32_t kNodesAhead = 8;
 constexpr uint32_t kListsAhead = 4;
-
-void prefetchObject(const kxObject* object)
-{
-    __builtin_prefetch(object);
-    __builtin_prefetch(reinterpret_cast<const char*>(object) + 64);
-}
 
 void prefetchParents(const kxNodeList* parents)
 {

@@ -136,23 +136,13 @@ bool kxShareAttrs::isAttrAlike(kxAttr* a, kxAttr* b)
 
 bool kxShareAttrs::canEditAttrList(kxObject* object)
 {
-    if (kxDirectItems::Property property; kxDirectItems(*this).getProperty(object, property))
-        return property.canReplaceAttr;
-    const kxItemNames& names = kxItemNames::get();
-    kxItemCall call(this, names.objectProperty, object);
-    return call && call.set(names.objectField, object).run(names.getProperty) &&
-           call.getFlag(names.canReplaceAttrField);
+    kxDirectItems::Property property;
+    return askProperty(*this, object, property) && property.canReplaceAttr;
 }
 
 kxSmartPointer<kxAttrList> kxShareAttrs::getAttrList(kxObject* object)
 {
-    if (kxSmartPointer<kxAttrList> attrs; kxDirectItems(*this).getAttrList(object, attrs))
-        return attrs;
-    const kxItemNames& names = kxItemNames::get();
-    kxItemCall call(this, names.attrTraversal, object, kxItemCall::TRAVERSAL);
-    if (!call || !call.set(names.containerField, object).run(names.getChildList))
-        return nullptr;
-    return kxCast<kxAttrList>(call.getList(names.childListField));
+    return askAttrList(*this, object, kxItemCall::TRAVERSAL);
 }
 
 bool kxShareAttrs::replaceAttr(kxObject* container, kxAttr* oldAttr, kxAttr* newAttr)

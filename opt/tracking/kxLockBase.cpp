@@ -25,6 +25,11 @@ bool kxTypeLock::isLocked(kxObject* object)
 
 bool kxSegmentLock::isTypeLocked(kxMetaObject* type)
 {
+    return locksType(type);
+}
+
+bool kxSegmentLock::locksType(const kxMetaObject* type)
+{
     return type == kxSegment::staticMetaObject();
 }
 
@@ -34,6 +39,11 @@ bool kxInstanceLock::isLocked(kxObject* object)
 }
 
 bool kxDynamicLock::isInstanceLocked(kxObject* object)
+{
+    return locksObject(object);
+}
+
+bool kxDynamicLock::locksObject(const kxObject* object)
 {
     const auto* node = kxCast<kxNode>(object);
     return node && node->isDynamic();
@@ -51,7 +61,7 @@ bool kxCachedInstanceLock::isInstanceLocked(kxObject* object)
 
 const char* kxDataPumpLock::getObjectCacheName()
 {
-    return "datapump";
+    return kCacheName;
 }
 
 void kxDataPumpLock::updateObjectCache()

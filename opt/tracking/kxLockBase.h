@@ -31,6 +31,8 @@ class kxSegmentLock : public kxTypeLock
     KX_OBJECT(kxSegmentLock, kxTypeLock)
 
     bool isTypeLocked(kxMetaObject* type) override;
+    /// The rule itself, without an instance of it.
+    static bool locksType(const kxMetaObject* type);
 };
 
 /// Locks by object.
@@ -48,6 +50,8 @@ class kxDynamicLock : public kxInstanceLock
     KX_OBJECT(kxDynamicLock, kxInstanceLock)
 
     bool isInstanceLocked(kxObject* object) override;
+    /// The rule itself, without an instance of it; `object` may be null.
+    static bool locksObject(const kxObject* object);
 };
 
 /// Locks the objects of a named cache of the lock interface.
@@ -69,6 +73,8 @@ class kxDataPumpLock : public kxCachedInstanceLock
 
     void updateObjectCache() override;
     const char* getObjectCacheName() override;
+
+    static constexpr const char* kCacheName = "datapump";
 };
 
 } // namespace Kel::Opt

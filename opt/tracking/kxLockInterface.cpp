@@ -6,7 +6,6 @@
 #include "opt/tracking/kxListenerInterface.h"
 #include "opt/tracking/kxLockBase.h"
 #include "opt/tracking/kxMessageInterface.h"
-#include "platform/sg/kxSegment.h"
 
 #include <unordered_set>
 
@@ -45,32 +44,24 @@ bool kxLockInterface::isLocked(kxObject* object)
             if (!type->isAbstract())
                 m_ruleClasses.push_back(type);
     }
-    static const kxStringRef pumpCache("datapump");
+    static const kxStringRef pumpCache(kxDataPumpLock::kCacheName);
     for (size_t i = 0; i < m_ruleClasses.size(); ++i)
     {
-        // The library's own rules are asked for every object of a scene; their answers need no rule to be made. The cache
-        // of driven objects is filled by its rule.
+        // The library's own rules are asked for every object of a scene, and need not be made for an answer. The cache of
+        // driven objects is filled by its rule.
         const kxMetaObject* ruleClass = m_ruleClasses[i];
-        if (ruleClass == kxSegmentLock::staticMetaObject())
+        const bool isSegmentLock = ruleClass == kxSegmentLock::staticMetaObject();
+        const bool isDynamicLock = ruleClass == kxDynamicLock::staticMetaObject();
+        const bool isPumpLock = ruleClass == kxDataPumpLock::staticMetaObject() && isCacheValid(pumpCache);
+        if (isSegmentLock || isDynamicLock || isPumpLock)
         {
-            if (object && object->isOfExactType(kxSegment::staticMetaObject()))
+            if (object && (isSegmentLock   ? kxSegmentLock::locksType(object->getMetaObject())
+                           : isDynamicLock ? kxDynamicLock::locksObject(object)
+                                           : isInCache(pumpCache, object)))
                 return true;
             continue;
         }
-        if (ruleClass == kxDynamicLock::staticMetaObject())
-        {
-            const auto* node = kxCast<kxNode>(object);
-            if (node && node->isDynamic())
-                return true;
-            continue;
-        }
-        if (ruleClass == kxDataPumpLock::staticMetaObject() && isCacheValid(pumpCache))
-        {
-            if (object && isInCache(pumpCache, object))
-                return true;
-            continue;
-        }
-        const auto rule = m_ruleClasses[i]->createInstanceRef<kxLockBase>();
+        const auto rule = ruleClass->createInstanceRef<kxLockBase>();
         // As `setupInterfaced` does, without a look at the fields.
         rule->_optInterface = _optInterface;
         rule->_itemInterface = _itemInterface;
