@@ -1,5 +1,7 @@
 #include "tools/kxopt/kxInventory.h"
 
+#include "tools/kxopt/kxScenePaths.h"
+
 #include "platform/attrs/kxGeometryAttr.h"
 #include "platform/attrs/kxLightAttr.h"
 #include "platform/attrs/kxMaterialAttr.h"
@@ -8,7 +10,6 @@
 #include "platform/gfx/kxImageCodec.h"
 #include "platform/sg/kxAnimation.h"
 #include "platform/sg/kxGeometry.h"
-#include "platform/sg/kxInstanceArray.h"
 #include "platform/sg/kxSceneInfo.h"
 #include "platform/sg/kxSkin.h"
 
@@ -23,18 +24,6 @@ namespace Kel::Tool
 
 namespace
 {
-
-uint64_t addClamped(uint64_t a, uint64_t b)
-{
-    uint64_t sum;
-    return __builtin_add_overflow(a, b, &sum) ? UINT64_MAX : sum;
-}
-
-uint64_t multiplyClamped(uint64_t a, uint64_t b)
-{
-    uint64_t product;
-    return __builtin_mul_overflow(a, b, &product) ? UINT64_MAX : product;
-}
 
 uint64_t countOf(int64_t count)
 {
@@ -57,99 +46,6 @@ public:
 
 private:
     std::unordered_map<uint64_t, std::vector<const kxObject*>> m_byHash;
-};
-
-/// Paths and depths of every node below the scenes' roots.
-class Paths
-{
-public:
-    void addRoot(kxNode* root)
-    {
-        if (!root)
-            return;
-        collect(root);
-        m_roots.push_back(root);
-    }
-
-    void count(kxInventory& inventory)
-    {
-        for (kxNode* root : m_roots)
-            m_values[root].paths = addClamped(m_values[root].paths, 1);
-        // Behind all its parents: a node's paths are known when it is met.
-        for (auto at = m_postOrder.rbegin(); at != m_postOrder.rend(); ++at)
-        {
-            const Value value = m_values.get(*at);
-            inventory.instances = addClamped(inventory.instances, value.paths);
-            inventory.depth = std::max(inventory.depth, value.depth + 1);
-            if (const auto* geometry = kxCast<kxGeometry>(*at))
-            {
-                inventory.geometriesDrawn = addClamped(inventory.geometriesDrawn, value.paths);
-                inventory.trianglesDrawn = addClamped(
-                    inventory.trianglesDrawn, multiplyClamped(value.paths, countOf(geometry->getTriangleCount())));
-            }
-            handDown(*at, value);
-        }
-    }
-
-private:
-    struct Value
-    {
-        uint64_t paths = 0;
-        uint64_t depth = 0; // nodes above, on the longest path
-        bool met = false;
-    };
-
-    void collect(kxNode* root)
-    {
-        struct Step
-        {
-            kxNode* node;
-            uint32_t nextChild;
-        };
-        std::vector<Step> stack;
-        const auto enter = [&](kxNode* node)
-        {
-            Value& value = m_values[node];
-            if (!value.met)
-                stack.push_back({node, 0});
-            value.met = true;
-        };
-        enter(root);
-        while (!stack.empty())
-        {
-            Step& step = stack.back();
-            const auto* group = kxCast<kxGroup>(step.node);
-            if (group && step.nextChild < group->getChildCount())
-            {
-                if (kxNode* child = group->getChild(step.nextChild++))
-                    enter(child);
-                continue;
-            }
-            m_postOrder.push_back(step.node);
-            stack.pop_back();
-        }
-    }
-
-    void handDown(kxNode* node, const Value& value)
-    {
-        const auto* group = kxCast<kxGroup>(node);
-        if (!group)
-            return;
-        uint64_t paths = value.paths;
-        if (const auto* array = kxCast<kxInstanceArray>(node))
-            paths = multiplyClamped(paths, countOf(array->getInstanceCount()));
-        for (uint32_t i = 0; i < group->getChildCount(); ++i)
-            if (kxNode* child = group->getChild(i))
-            {
-                Value& below = m_values[child];
-                below.paths = addClamped(below.paths, paths);
-                below.depth = std::max(below.depth, value.depth + 1);
-            }
-    }
-
-    std::vector<kxNode*> m_roots;
-    std::vector<kxNode*> m_postOrder; // below every root in turn; read backwards, parents stand before their children
-    kxTSerialMap<Value> m_values;
 };
 
 kxInventory::Image describeImage(const kxImage& image)
@@ -209,7 +105,7 @@ void countVertices(const kxGeometryAttr& data, kxTSerialMap<bool>& met, kxInvent
 kxInventory kxInventory::collect(const kxDirectory& directory)
 {
     kxInventory inventory;
-    Paths paths;
+    kxScenePaths paths;
     DistinctValues distinct;
     kxTSerialMap<bool> arraysMet;
     for (uint32_t i = 0; i < directory.getSharedEntryCount(); ++i)
@@ -264,7 +160,18 @@ kxInventory kxInventory::collect(const kxDirectory& directory)
             paths.addRoot(scene->getSceneGraph());
         }
     }
-    paths.count(inventory);
+    paths.forEach(
+        [&](const kxNode* node, uint64_t pathCount, uint64_t depth)
+        {
+            inventory.instances = kxScenePaths::add(inventory.instances, pathCount);
+            inventory.depth = std::max(inventory.depth, depth);
+            const auto* geometry = kxCast<kxGeometry>(node);
+            if (!geometry)
+                return;
+            inventory.geometriesDrawn = kxScenePaths::add(inventory.geometriesDrawn, pathCount);
+            inventory.trianglesDrawn = kxScenePaths::add(
+                inventory.trianglesDrawn, kxScenePaths::multiply(pathCount, countOf(geometry->getTriangleCount())));
+        });
     return inventory;
 }
 

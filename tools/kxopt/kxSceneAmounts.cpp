@@ -1,5 +1,7 @@
 #include "tools/kxopt/kxSceneAmounts.h"
 
+#include "tools/kxopt/kxScenePaths.h"
+
 #include "platform/attrs/kxMaterialAttr.h"
 #include "platform/attrs/kxTextureAttr.h"
 #include "platform/attrs/kxTextureBindAttr.h"
@@ -24,12 +26,6 @@ namespace Kel::Tool
 
 namespace
 {
-
-uint64_t addClamped(uint64_t a, uint64_t b)
-{
-    uint64_t sum;
-    return __builtin_add_overflow(a, b, &sum) ? UINT64_MAX : sum;
-}
 
 /// Materials and textures in effect, as numbers: each combination has one, and 0 is none at all.
 class Materials
@@ -107,80 +103,27 @@ public:
 
     void addScene(kxNode* root)
     {
-        if (!root)
-            return;
-        countPaths(root);
-        countMaterials(root);
+        m_paths.addRoot(root);
+        if (root)
+            countMaterials(root);
     }
 
-    kxSceneAmounts getAmounts() const
+    /// Behind the last scene.
+    kxSceneAmounts finish()
     {
-        kxSceneAmounts amounts = m_amounts;
-        amounts.materials = m_materials.getDrawnCount();
-        return amounts;
+        m_paths.forEach(
+            [this](const kxNode* node, uint64_t pathCount, uint64_t depth)
+            {
+                addNode(node);
+                m_amounts.depth = std::max(m_amounts.depth, depth);
+                if (node->isOfType(kxGeometry::staticMetaObject()))
+                    m_amounts.draws = kxScenePaths::add(m_amounts.draws, pathCount);
+            });
+        m_amounts.materials = m_materials.getDrawnCount();
+        return m_amounts;
     }
 
 private:
-    struct Paths
-    {
-        uint64_t count = 0;
-        uint64_t depth = 0;
-    };
-
-    // Nodes in an order in which each stands behind all its parents.
-    static std::vector<kxNode*> inOrder(kxNode* root)
-    {
-        struct Step
-        {
-            kxNode* node;
-            uint32_t nextChild;
-        };
-        std::vector<kxNode*> nodes;
-        std::vector<Step> path{{root, 0}};
-        kxTSerialMap<bool> met;
-        met[root] = true;
-        while (!path.empty())
-        {
-            Step& step = path.back();
-            const auto* group = kxCast<kxGroup>(step.node);
-            if (!group || step.nextChild == group->getChildCount())
-            {
-                nodes.push_back(step.node);
-                path.pop_back();
-                continue;
-            }
-            kxNode* child = group->getChild(step.nextChild++);
-            if (!child || met.get(child))
-                continue;
-            met[child] = true;
-            path.push_back({child, 0});
-        }
-        std::reverse(nodes.begin(), nodes.end());
-        return nodes;
-    }
-
-    void countPaths(kxNode* root)
-    {
-        kxTSerialMap<Paths> paths;
-        paths[root] = {1, 1};
-        for (kxNode* node : inOrder(root))
-        {
-            addNode(node);
-            const Paths own = paths.get(node);
-            m_amounts.depth = std::max(m_amounts.depth, own.depth);
-            if (node->isOfType(kxGeometry::staticMetaObject()))
-                m_amounts.draws = addClamped(m_amounts.draws, own.count);
-            const auto* group = kxCast<kxGroup>(node);
-            for (uint32_t i = 0; group && i < group->getChildCount(); ++i)
-                if (const kxNode* child = group->getChild(i))
-                {
-                    Paths& below = paths[child];
-                    below.count = addClamped(below.count, own.count);
-                    below.depth = std::max(below.depth, own.depth + 1);
-                }
-        }
-    }
-
     void countMaterials(kxNode* root)
     {
         std::vector<std::pair<kxNode*, uint32_t>> waiting{{root, 0}};
@@ -206,10 +149,8 @@ private:
         }
     }
 
-    void addNode(kxNode* node)
+    void addNode(const kxNode* node)
     {
-        if (!isNew(node))
-            return;
         ++m_amounts.nodes;
         if (const auto* geometry = kxCast<kxGeometry>(node))
         {
@@ -262,6 +203,7 @@ private:
 
     const kxSceneAmounts::ImageBytes& m_imageBytes;
     kxSceneAmounts m_amounts;
+    kxScenePaths m_paths;
     Materials m_materials;
     std::unordered_set<uint64_t> m_values;
     kxTSerialMap<bool> m_met;
@@ -276,7 +218,7 @@ kxSceneAmounts kxSceneAmounts::count(const kxFileInfo* file, const ImageBytes& i
         for (const kxInfo* info : *file->_infoList)
             if (const auto* scene = kxCast<kxSceneInfo>(info))
                 counter.addScene(scene->getSceneGraph());
-    return counter.getAmounts();
+    return counter.finish();
 }
 
 uint64_t getStoredBytes(const Gfx::kxImage& image)

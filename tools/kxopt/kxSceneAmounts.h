@@ -15,7 +15,7 @@ struct kxSceneAmounts
 {
     uint64_t nodes = 0;
     uint64_t depth = 0; ///< nodes on the longest path from a root
-    uint64_t draws = 0; ///< paths from a root to a geometry
+    uint64_t draws = 0; ///< paths from a root to a geometry, instances of arrays included
     uint64_t triangles = 0;
     uint64_t attributes = 0;
     uint64_t distinctAttributes = 0; ///< of those, the ones that differ in type or value
