@@ -2,10 +2,9 @@
 //
 // Times are those of the step alone. `us_per_unit` is what counts; `walks` says how many plain walks over the same
 // nodes the step took, in the same run, so that figures of different machines can be compared.
+#include "bench/kxBenchRun.h"
 #include "bench/kxBenchScene.h"
 
-#include "opt/framework/kxLogInterface.h"
-#include "opt/framework/kxManager.h"
 #include "opt/framework/kxOptInterface.h"
 #include "opt/libKXOpt.h"
 #include "opt/scene/kxCollapseHierarchy.h"
@@ -21,7 +20,6 @@
 
 #include <benchmark/benchmark.h>
 
-#include <ctime>
 #include <functional>
 
 using namespace Kel;
@@ -31,41 +29,15 @@ using namespace Kel::Opt;
 namespace
 {
 
-/// Seconds of the processor: steps have one thread, and other programs shall not count.
-double secondsOf(const std::function<void()>& work)
-{
-    const std::clock_t start = std::clock();
-    work();
-    return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
-}
-
-uint64_t countNodes(kxNode* root)
-{
-    uint64_t count = 0;
-    forEachNodeOnce(
-        root, [](kxNode*, void* context) { ++*static_cast<uint64_t*>(context); }, &count);
-    return count;
-}
-
 /// A scene with the services to optimize it.
-struct World
+struct World : Services
 {
-    World(const char* shape, uint32_t nodeCount) : services(kxNew<kxDefaultManager>())
+    World(const char* shape, uint32_t nodeCount)
     {
         scene = makeBenchScene(shape, nodeCount);
         root = scene->getSceneGraph();
-        services->_optInterface->updateOptList();
-        services->_logInterface->_verbose = false;
-    }
-    template <class T>
-    kxSmartPointer<T> create()
-    {
-        auto optimization = kxNew<T>();
-        services->setup(optimization);
-        return optimization;
     }
 
-    kxSmartPointer<kxDefaultManager> services;
     kxSmartPointer<kxSceneInfo> scene;
     kxSmartPointer<kxNode> root;
 };

@@ -2,10 +2,9 @@
 //
 // Times are those of the step alone, of the processor. `walks` says how many plain walks over the same nodes the step took, in
 // the same run, so that figures of different machines can be compared.
+#include "bench/kxBenchRun.h"
 #include "bench/kxBenchScene.h"
 
-#include "opt/framework/kxLogInterface.h"
-#include "opt/framework/kxManager.h"
 #include "opt/framework/kxOptInterface.h"
 #include "opt/libKXOpt.h"
 #include "opt/scene/kxCreateBoundingBoxes.h"
@@ -16,7 +15,6 @@
 #include <benchmark/benchmark.h>
 
 #include <cmath>
-#include <ctime>
 #include <functional>
 #include <random>
 
@@ -26,38 +24,6 @@ using namespace Kel::Opt;
 
 namespace
 {
-
-double secondsOf(const std::function<void()>& work)
-{
-    const std::clock_t start = std::clock();
-    work();
-    return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
-}
-
-uint64_t countNodes(kxNode* root)
-{
-    uint64_t count = 0;
-    forEachNodeOnce(
-        root, [](kxNode*, void* context) { ++*static_cast<uint64_t*>(context); }, &count);
-    return count;
-}
-
-struct Services
-{
-    Services() : manager(kxNew<kxDefaultManager>())
-    {
-        manager->_optInterface->updateOptList();
-        manager->_logInterface->_verbose = false;
-    }
-    template <class T>
-    kxSmartPointer<T> create()
-    {
-        auto optimization = kxNew<T>();
-        manager->setup(optimization);
-        return optimization;
-    }
-    kxSmartPointer<kxDefaultManager> manager;
-};
 
 kxSmartPointer<kxVertexArray> arrayOf(const char* semantic, kxComponentType type, uint32_t components,
                                       const void* values, size_t count)
