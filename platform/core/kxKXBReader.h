@@ -100,4 +100,43 @@ private:
     bool m_done = false;
 };
 
+/// What is done with the bytes of one field, or of several that lie side by side in the record as in memory.
+struct kxKXBReader::Operation
+{
+    enum Code
+    {
+        SKIP,
+        COPY,
+        BOOLEAN,
+        STRING,
+        ENUMERATION,
+        REFERENCE
+    };
+    Code code = SKIP;
+    bool appendedInFile = false; // a byte stands in front of the value: is it there?
+    bool appended = false;       // the value does not lie in the object itself
+    bool warned = false;
+    uint32_t byteCount = 0; // in the record
+    uint32_t offset = 0;    // in the object
+    const kxMetaField* field = nullptr;
+    const kxMetaObject* referenced = nullptr;
+    std::vector<int32_t> values; // of an enumeration, sorted; empty when any will do
+};
+
+struct kxKXBReader::Type
+{
+    kxStringRef name;
+    KXB::Form form = KXB::OBJECT;
+    const kxMetaObject* type = nullptr; // null: its objects are left out
+    uint64_t fixedBytes = 0;            // of a record without appended fields
+    bool hasAppended = false;
+    std::vector<Operation> operations;
+    // Lists:
+    uint32_t elementBytes = 0;
+    kxFieldKind elementKind = kxFieldKind::OBJECT;
+    bool skipElements = false;
+    const kxMetaObject* elementType = nullptr;
+    bool warned = false;
+};
+
 } // namespace Kel::Core
