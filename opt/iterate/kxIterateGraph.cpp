@@ -1,6 +1,6 @@
 #include "opt/iterate/kxIterateGraph.h"
 
-#include "opt/iterate/kxPrefetch.h"
+#include "platform/core/kxPrefetch.h"
 #include "platform/sg/kxGroup.h"
 #include "platform/sg/kxTimeTransform.h"
 

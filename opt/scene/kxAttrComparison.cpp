@@ -5,6 +5,8 @@
 #include "opt/items/kxItemCall.h"
 #include "opt/tracking/kxLockInterface.h"
 
+#include <bit>
+
 namespace Kel::Opt
 {
 
@@ -88,15 +90,21 @@ uint64_t kxAttrComparison::getKey(kxAttr* attr)
     return key;
 }
 
-int kxAttrIndex::find(kxAttr* attr) const
+uint32_t kxAttrIndex::findOrAppend(kxAttr* attr)
 {
     const uint64_t key = m_comparison->getKey(attr);
+    if (const int found = findWithKey(attr, key); found >= 0)
+        return static_cast<uint32_t>(found);
+    appendWithKey(attr, key);
+    return getCount() - 1;
+}
+
+int kxAttrIndex::findWithKey(kxAttr* attr, uint64_t key) const
+{
     uint32_t at = 0;
-    if (m_entries.size() > kScanned)
+    if (!m_slots.empty())
     {
-        const auto chain = m_chains->find(key);
-        at = chain == m_chains->end() ? kNone : chain->second.first;
-        for (; at != kNone; at = m_entries[at].next)
+        for (at = slotOf(key).first; at != kNone; at = m_entries[at].next)
             if (m_comparison->isAlike(m_entries[at].attr, attr))
                 return static_cast<int>(at);
         return -1;
@@ -107,26 +115,54 @@ int kxAttrIndex::find(kxAttr* attr) const
     return -1;
 }
 
-void kxAttrIndex::append(kxAttr* attr)
+void kxAttrIndex::appendWithKey(kxAttr* attr, uint64_t key)
 {
-    m_entries.push_back({attr, m_comparison->getKey(attr), kNone});
-    if (m_entries.size() == kScanned + 1)
+    const uint32_t index = getCount();
+    m_entries.push_back({attr, key, kNone, index});
+    if (m_entries.size() <= kScanned)
+        return;
+    if (m_slots.size() < 2 * m_entries.size())
+        growSlots();
+    else
+        link(index);
+}
+
+// The slot of a key, or the empty one where it would be.
+kxAttrIndex::Slot& kxAttrIndex::slotOf(uint64_t key)
+{
+    const auto tag = static_cast<uint32_t>(key >> 32);
+    const size_t mask = m_slots.size() - 1; // the lowest bit of a key is always set
+    for (size_t at = (key >> 1) & mask;; at = (at + 1) & mask)
     {
-        m_chains = std::make_unique<std::unordered_map<uint64_t, Chain>>();
-        for (uint32_t i = 0; i < m_entries.size(); ++i)
-            link(i);
+        Slot& slot = m_slots[at];
+        if (slot.first == kNone || (slot.tag == tag && m_entries[slot.first].key == key))
+            return slot;
     }
-    else if (m_entries.size() > kScanned)
-        link(getCount() - 1);
 }
 
 void kxAttrIndex::link(uint32_t index)
 {
-    const auto [at, isNew] = m_chains->try_emplace(m_entries[index].key, Chain{index, index});
-    if (isNew)
+    Entry& entry = m_entries[index];
+    Slot& slot = slotOf(entry.key);
+    if (slot.first == kNone)
+    {
+        slot = {static_cast<uint32_t>(entry.key >> 32), index};
         return;
-    m_entries[at->second.last].next = index;
-    at->second.last = index;
+    }
+    Entry& first = m_entries[slot.first];
+    m_entries[first.last].next = index;
+    first.last = index;
+}
+
+void kxAttrIndex::growSlots()
+{
+    m_slots.assign(std::bit_ceil(4 * m_entries.size()), {});
+    for (uint32_t i = 0; i < getCount(); ++i)
+    {
+        m_entries[i].next = kNone;
+        m_entries[i].last = i;
+        link(i);
+    }
 }
 
 } // namespace Kel::Opt

@@ -5,8 +5,6 @@
 #include "platform/attrs/kxAttr.h"
 #include "platform/core/kxTSerialMap.h"
 
-#include <memory>
-#include <unordered_map>
 #include <vector>
 
 namespace Kel::Opt
@@ -58,9 +56,11 @@ public:
     uint32_t getCount() const { return static_cast<uint32_t>(m_entries.size()); }
     kxAttr* get(uint32_t index) const { return m_entries[index].attr; }
     /// Number of the first attribute that is alike; -1 when there is none.
-    int find(kxAttr* attr) const;
+    int find(kxAttr* attr) const { return findWithKey(attr, m_comparison->getKey(attr)); }
     /// Adds an attribute behind the others, whether it is alike to one of them or not. The index does not hold it.
-    void append(kxAttr* attr);
+    void append(kxAttr* attr) { appendWithKey(attr, m_comparison->getKey(attr)); }
+    /// Number of the first attribute that is alike, `attr` itself when it had to be added.
+    uint32_t findOrAppend(kxAttr* attr);
 
 private:
     static constexpr uint32_t kNone = UINT32_MAX;
@@ -71,16 +71,25 @@ private:
         kxAttr* attr;
         uint64_t key;
         uint32_t next; // entry with the same key
+        uint32_t last; // of the entries with the same key, known to the first of them
     };
-    struct Chain
+    // Part of the key stands beside the number, so that most of what is not there is not looked at.
+    struct Slot
     {
-        uint32_t first, last;
+        uint32_t tag;
+        uint32_t first = kNone; // entry
     };
+
+    int findWithKey(kxAttr* attr, uint64_t key) const;
+    void appendWithKey(kxAttr* attr, uint64_t key);
+    Slot& slotOf(uint64_t key);
+    const Slot& slotOf(uint64_t key) const { return const_cast<kxAttrIndex*>(this)->slotOf(key); }
     void link(uint32_t index);
+    void growSlots();
 
     kxAttrComparison* m_comparison;
     std::vector<Entry> m_entries;
-    std::unique_ptr<std::unordered_map<uint64_t, Chain>> m_chains; // by key, once there are more than are scanned
+    std::vector<Slot> m_slots; // by key, a power of two once there are more entries than are scanned
 };
 
 } // namespace Kel::Opt

@@ -1,4 +1,6 @@
-// Two passes over the graph: the first collects the nodes and repairs links within it, the second cuts links to parents outside.
+// Most graphs are sound, and that is seen in one plain walk: links as parents list them and links as children list them have
+// the same sum. Only otherwise two passes look at what disagrees: the first collects the nodes and repairs links within the
+// graph, the second cuts links to parents outside.
 //
 // A node is looked at once for each path that reaches it, and what it says is said each time; but a part of the graph in which
 // nothing was said is not walked again within the same pass, since nothing that a pass does makes new disagreements there.
@@ -8,7 +10,7 @@
 
 #include "opt/framework/kxOptInterface.h"
 #include "opt/iterate/kxIterateGraph.h"
-#include "opt/iterate/kxPrefetch.h"
+#include "platform/core/kxPrefetch.h"
 #include "platform/sg/kxAnimationDatabase.h"
 #include "platform/sg/kxSceneInfo.h"
 #include "platform/sg/kxSkin.h"
@@ -218,32 +220,34 @@ bool kxRepairHierarchy::configure(int)
 
 bool kxRepairHierarchy::applyToInfos()
 {
-    noteGraphs();
+    m_severalInfos = true;
     const bool result = kxOptBase::applyToInfos();
-    m_graphsNoted = false;
-    m_places.clear();
+    m_severalInfos = false;
+    forgetGraphs();
     return result;
 }
 
 bool kxRepairHierarchy::applyInfo(kxInfo* info)
 {
-    const bool alone = !m_graphsNoted;
-    if (alone)
-        noteGraphs();
     const kxInfoList* infos = _optInterface ? _optInterface->getInfos() : nullptr;
     m_currentInfo = infos ? static_cast<uint32_t>(infos->find(info) + 1) : 0;
     const bool result = kxOptBase::applyInfo(info);
     m_currentInfo = 0;
-    if (alone)
-    {
-        m_graphsNoted = false;
-        m_places.clear();
-    }
+    if (!m_severalInfos)
+        forgetGraphs();
     return result;
+}
+
+void kxRepairHierarchy::forgetGraphs()
+{
+    m_graphsNoted = false;
+    m_places.clear();
 }
 
 void kxRepairHierarchy::noteGraphs()
 {
+    if (m_graphsNoted || m_currentInfo == 0)
+        return;
     m_graphsNoted = true;
     const kxInfoList* infos = _optInterface ? _optInterface->getInfos() : nullptr;
     if (!infos || infos->getCount() < 2)
@@ -291,14 +295,73 @@ bool kxRepairHierarchy::isInGraph(const kxNode* parent) const
     return place.several || (place.info != 0 && place.info != m_currentInfo);
 }
 
+namespace
+{
+
+// Number of a link; the sum of many says which links there are, but for a chance of one in 2^64.
+uint64_t numberOf(const kxObject* parent, const kxObject* child)
+{
+    uint64_t number = reinterpret_cast<uintptr_t>(parent) * 0x9E3779B97F4A7C15ull;
+    number = (number ^ number >> 32 ^ reinterpret_cast<uintptr_t>(child)) * 0xBF58476D1CE4E5B9ull;
+    number = (number ^ number >> 29) * 0x94D049BB133111EBull;
+    return number ^ number >> 32;
+}
+
+} // namespace
+
+// True when all links agree and none leaves the graph; its nodes are known then.
+bool kxRepairHierarchy::isSound(kxNode* root)
+{
+    struct Context
+    {
+        kxTSerialMap<kxNode*> nodes;
+        uint64_t sum = 0;
+    } context;
+    forEachNodeOnce(
+        root,
+        [](kxNode* node, void* data)
+        {
+            auto& [nodes, sum] = *static_cast<Context*>(data);
+            nodes[node] = node;
+            if (const kxNodeList* parents = node->_parentList)
+                for (const kxObject* parent : *parents)
+                    sum -= parent ? numberOf(parent, node) : 0;
+            if (const auto* group = kxCast<kxGroup>(node); group && group->_childList)
+                for (const kxObject* child : *group->_childList)
+                    sum += child ? numberOf(group, child) : 0;
+        },
+        &context);
+    if (context.sum != 0)
+        return false;
+    context.nodes.forEach(
+        [this](kxNode* node)
+        {
+            if (node)
+                noteKnown(node);
+        });
+    mergeNodeList();
+    return true;
+}
+
+void kxRepairHierarchy::noteKnown(kxNode* node)
+{
+    if (isKnown(node))
+        return;
+    m_known[node] = true;
+    m_newlyKnown.push_back(node);
+}
+
 bool kxRepairHierarchy::apply(kxSmartPointer<kxNode>& root)
 {
+    adoptNodeList();
+    if (isSound(root))
+        return true;
+    noteGraphs();
     const kxSmartPointer<kxIterateGraph> iterate(new (getCreationMemoryPool()) kxIterateGraph);
     LinkIndex links;
     Cuts cuts;
     Walk collecting;
     Walk detecting;
-    adoptNodeList();
     m_suspects.clear();
     collecting.run(*iterate, root, m_messageCount,
                    [&](kxNode* node, const kxNode* pathParent) { collectNodes(node, pathParent, links); });
@@ -418,11 +481,7 @@ void kxRepairHierarchy::collectNodes(kxNode* node, const kxNode* pathParent, Lin
         say("\terror recovered.\n");
         count("parents added to children");
     }
-    if (!isKnown(node))
-    {
-        m_known[node] = true;
-        m_newlyKnown.push_back(node);
-    }
+    noteKnown(node);
 }
 
 void kxRepairHierarchy::detectLeakedNodes(kxNode* node, const Walk& collecting, LinkIndex& links, Cuts& cuts)
@@ -507,7 +566,8 @@ void kxRepairHierarchy::mergeNodeList()
         all.push_back({node->getSerial(), node});
     m_newlyKnown.clear();
     auto bySerial = [](const Known& a, const Known& b) { return a.serial < b.serial; };
-    std::sort(all.begin() + middle, all.end(), bySerial);
+    if (!std::is_sorted(all.begin() + middle, all.end(), bySerial))
+        std::sort(all.begin() + middle, all.end(), bySerial);
     std::inplace_merge(all.begin(), all.begin() + middle, all.end(), bySerial);
     _nodeList->clear();
     m_serials.clear();

@@ -42,6 +42,7 @@ private:
     class Walk;
     struct Cuts;
 
+    bool isSound(kxNode* root);
     void collectNodes(kxNode* node, const kxNode* pathParent, LinkIndex& links);
     void detectLeakedNodes(kxNode* node, const Walk& collecting, LinkIndex& links, Cuts& cuts);
     template <class... A>
@@ -54,7 +55,10 @@ private:
         if (parent && !isKnown(parent))
             m_suspects.push_back(parent);
     }
+    void noteKnown(kxNode* node);
+    /// Before anything is changed: says for every node in which infos' graphs it stands.
     void noteGraphs();
+    void forgetGraphs();
     void adoptNodeList();
     void mergeNodeList();
 
@@ -71,6 +75,7 @@ private:
         uint32_t info = 0; ///< number of the first, from 1
         bool several = false;
     };
+    bool m_severalInfos = false; // more than one is being repaired, of which the first can change what others hold
     bool m_graphsNoted = false;
     kxTSerialMap<Place> m_places;
     uint32_t m_currentInfo = 0;

@@ -28,14 +28,10 @@ public:
         uint32_t& number = m_numbers[attr];
         if (number == 0)
         {
-            int found = m_index.find(attr);
-            if (found < 0)
-            {
-                found = static_cast<int>(m_index.getCount());
-                m_index.append(attr);
+            const uint32_t known = m_index.getCount();
+            number = m_index.findOrAppend(attr) + 1;
+            if (number > known)
                 m_list->append(attr);
-            }
-            number = static_cast<uint32_t>(found) + 1;
         }
         return m_index.get(number - 1);
     }

@@ -1,6 +1,7 @@
 #include "platform/core/kxMemoryPool.h"
 
-#include <cstdlib>
+#include "platform/core/kxSlabArena.h"
+
 #include <new>
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -17,7 +18,7 @@ namespace Kel::Core
 kxMemoryPool::~kxMemoryPool()
 {
     for (void* slab : m_slabs)
-        std::free(slab);
+        kxSlabArena::give(slab);
 }
 
 kxMemoryPool& kxMemoryPool::getDefault()
@@ -62,7 +63,7 @@ void kxMemoryPool::release(void* block, size_t byteCount)
     if (byteCount > kMaxBlock)
         return ::operator delete(block);
     const size_t sizeClass = (byteCount + kGrain - 1) / kGrain;
-    kxMemoryPool* pool = reinterpret_cast<Slab*>(reinterpret_cast<uintptr_t>(block) & ~uintptr_t(kSlabBytes - 1))->pool;
+    kxMemoryPool* pool = reinterpret_cast<Slab*>(reinterpret_cast<uintptr_t>(block) & ~uintptr_t(kxSlabArena::kSlabBytes - 1))->pool;
     auto* freed = static_cast<FreeBlock*>(block);
     freed->next = pool->m_free[sizeClass];
     pool->m_free[sizeClass] = freed;
@@ -71,14 +72,12 @@ void kxMemoryPool::release(void* block, size_t byteCount)
 
 void kxMemoryPool::addSlab(size_t sizeClass)
 {
-    char* slab = static_cast<char*>(std::aligned_alloc(kSlabBytes, kSlabBytes));
-    if (!slab)
-        throw std::bad_alloc();
+    char* slab = static_cast<char*>(kxSlabArena::take());
     m_slabs.push_back(slab);
     reinterpret_cast<Slab*>(slab)->pool = this;
     const size_t blockBytes = sizeClass ? sizeClass * kGrain : kGrain;
     const size_t first = kGrain;
-    const size_t count = (kSlabBytes - first) / blockBytes;
+    const size_t count = (kxSlabArena::kSlabBytes - first) / blockBytes;
     // Chained from the last to the first, so that blocks are handed out in rising order of address.
     for (size_t i = count; i-- > 0;)
     {

@@ -37,13 +37,12 @@ private:
     {
         FreeBlock* next;
     };
+    // At the start of each slab, which is found by masking the address of a block.
     struct Slab
     {
         kxMemoryPool* pool;
     };
     static constexpr size_t kGrain = 8; // no class asks for more alignment; what is rounded up is lost a million times
-    // A power of two: the slab of a block is found by masking its address.
-    static constexpr size_t kSlabBytes = 64 * 1024;
 
     void addSlab(size_t sizeClass);
 

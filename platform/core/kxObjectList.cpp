@@ -122,6 +122,17 @@ kxObject* hole()
     return reinterpret_cast<kxObject*>(&place);
 }
 
+// Most lists are short, and stand beside the objects that they belong to.
+kxObject** allocateSlots(uint32_t capacity)
+{
+    return static_cast<kxObject**>(kxMemoryPool::getDefault().allocate(capacity * sizeof(kxObject*)));
+}
+
+void releaseSlots(kxObject** slots, uint32_t capacity)
+{
+    kxMemoryPool::release(slots, capacity * sizeof(kxObject*));
+}
+
 } // namespace
 
 kxObjectList::~kxObjectList()
@@ -146,11 +157,11 @@ void kxObjectList::noteAdded(const kxObject* object, uint32_t slot)
 void kxObjectList::reallocate(uint32_t capacity, uint32_t gapStart, uint32_t gapLength)
 {
     const bool slotsStay = m_gapLength == 0 && gapLength == 0;
-    auto* grown = new kxObject*[capacity];
+    kxObject** grown = allocateSlots(capacity);
     for (uint32_t i = 0; i < m_count; ++i)
         grown[i < gapStart ? i : i + gapLength] = m_data[slotOf(i)];
     if (m_data != m_inline)
-        delete[] m_data;
+        releaseSlots(m_data, m_capacity);
     m_data = grown;
     m_capacity = capacity;
     m_gapStart = gapStart;
@@ -391,6 +402,7 @@ void kxObjectList::clear()
         closeGap();
     kxObject** storage = m_data;
     const uint32_t count = m_count;
+    const uint32_t capacity = m_capacity;
     kxObject* kept[kInline] = {};
     if (storage == m_inline)
     {
@@ -407,7 +419,7 @@ void kxObjectList::clear()
             if (storage[i])
                 storage[i]->release();
     if (storage != kept)
-        delete[] storage;
+        releaseSlots(storage, capacity);
 }
 
 int kxObjectList::findByScan(const kxObject* object, uint32_t start, uint32_t& scanned) const

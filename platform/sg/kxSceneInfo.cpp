@@ -1,6 +1,7 @@
 #include "platform/sg/kxSceneInfo.h"
 
 #include "platform/attrs/kxTextureBindAttr.h"
+#include "platform/core/kxPrefetch.h"
 #include "platform/core/kxReport.h"
 #include "platform/core/kxTSerialMap.h"
 #include "platform/sg/kxGeometry.h"
@@ -31,16 +32,22 @@ void kxSceneInfo::listFields(kxFields<kxSceneInfo>& fields)
 
 void forEachNodeOnce(kxNode* root, void (*callback)(kxNode* node, void* context), void* context)
 {
+    // Large graphs do not fit into the caches: nodes are asked for some steps before the walk comes to them.
+    constexpr size_t kAhead = 6;
     std::vector<kxNode*> stack;
-    std::unordered_set<const kxNode*> sharedMet; // only nodes with several parents can be met again
+    kxTSerialMap<bool> met;
     if (root)
         stack.push_back(root);
     while (!stack.empty())
     {
         kxNode* node = stack.back();
         stack.pop_back();
-        if (node->getParentCount() > 1 && !sharedMet.insert(node).second)
+        if (stack.size() >= kAhead)
+            prefetchObject(stack[stack.size() - kAhead]);
+        if (bool& known = met[node]; known)
             continue;
+        else
+            known = true;
         callback(node, context);
         if (const auto* group = kxCast<kxGroup>(node))
             for (uint32_t i = group->getChildCount(); i-- > 0;)

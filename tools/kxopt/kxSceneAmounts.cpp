@@ -105,16 +105,17 @@ public:
     {
         m_paths.addRoot(root);
         if (root)
-            countMaterials(root);
+            handDown(root, 0);
     }
 
     /// Behind the last scene.
     kxSceneAmounts finish()
     {
         m_paths.forEach(
-            [this](const kxNode* node, uint64_t pathCount, uint64_t depth)
+            [this](kxNode* node, uint64_t pathCount, uint64_t depth)
             {
                 addNode(node);
+                countMaterials(node);
                 m_amounts.depth = std::max(m_amounts.depth, depth);
                 if (node->isOfType(kxGeometry::staticMetaObject()))
                     m_amounts.draws = kxScenePaths::add(m_amounts.draws, pathCount);
@@ -124,29 +125,44 @@ public:
     }
 
 private:
-    void countMaterials(kxNode* root)
+    // All that stands above a node has handed down its materials before.
+    void countMaterials(kxNode* node)
     {
-        std::vector<std::pair<kxNode*, uint32_t>> waiting{{root, 0}};
-        kxTSerialMap<uint32_t> first; // combination that a node was first met with, and one
-        std::unordered_set<uint64_t> others;
-        while (!waiting.empty())
+        passOn(node, m_firstAbove.get(node) - 1);
+        if (m_othersAbove.empty())
+            return;
+        const auto at = m_othersAbove.find(node->getSerial());
+        if (at == m_othersAbove.end())
+            return;
+        const std::vector<uint32_t> others = std::move(at->second);
+        m_othersAbove.erase(at);
+        for (const uint32_t combination : others)
+            passOn(node, combination);
+    }
+
+    void passOn(kxNode* node, uint32_t combination)
+    {
+        const auto* group = kxCast<kxGroup>(node);
+        if (!group)
+            return;
+        if (const auto* set = kxCast<kxAttrSet>(group))
         {
-            auto [node, combination] = waiting.back();
-            waiting.pop_back();
-            uint32_t& known = first[node];
-            if (known == 0)
-                known = combination + 1;
-            else if (known == combination + 1 || !others.insert(uint64_t(node->getSerial()) << 32 | combination).second)
-                continue;
-            if (const auto* set = kxCast<kxAttrSet>(node))
-                combination = m_materials.apply(combination, set);
-            if (node->isOfType(kxGeometry::staticMetaObject()))
+            combination = m_materials.apply(combination, set);
+            if (set->isOfType(kxGeometry::staticMetaObject()))
                 m_materials.noteDrawn(combination);
-            const auto* group = kxCast<kxGroup>(node);
-            for (uint32_t i = 0; group && i < group->getChildCount(); ++i)
-                if (kxNode* child = group->getChild(i))
-                    waiting.emplace_back(child, combination);
         }
+        for (uint32_t i = 0; i < group->getChildCount(); ++i)
+            if (kxNode* child = group->getChild(i))
+                handDown(child, combination);
+    }
+
+    void handDown(kxNode* node, uint32_t combination)
+    {
+        uint32_t& first = m_firstAbove[node];
+        if (first == 0)
+            first = combination + 1;
+        else if (first != combination + 1 && m_met.insert(uint64_t(node->getSerial()) << 32 | combination).second)
+            m_othersAbove[node->getSerial()].push_back(combination);
     }
 
     void addNode(const kxNode* node)
@@ -170,7 +186,7 @@ private:
 
     bool isNew(const kxObject* object)
     {
-        bool& met = m_met[object];
+        bool& met = m_objectsMet[object];
         const bool first = !met;
         met = true;
         return first;
@@ -205,8 +221,11 @@ private:
     kxSceneAmounts m_amounts;
     kxScenePaths m_paths;
     Materials m_materials;
+    kxTSerialMap<uint32_t> m_firstAbove; // combination that was first handed down to a node, and one
+    std::unordered_map<uint32_t, std::vector<uint32_t>> m_othersAbove; // by serial of nodes still to come
+    std::unordered_set<uint64_t> m_met;                                // nodes and those other combinations
     std::unordered_set<uint64_t> m_values;
-    kxTSerialMap<bool> m_met;
+    kxTSerialMap<bool> m_objectsMet;
 };
 
 } // namespace

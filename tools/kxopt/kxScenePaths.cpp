@@ -29,37 +29,45 @@ void kxScenePaths::addRoot(kxNode* root)
     m_roots.push_back(root);
     struct Step
     {
-        kxNode* node;
+        kxGroup* group;
         uint32_t nextChild;
     };
     std::vector<Step> stack;
     const auto enter = [&](kxNode* node)
     {
         Value& value = m_values[node];
-        if (!value.met)
-            stack.push_back({node, 0});
-        value.met = true;
+        if (value.depth != 0)
+            return;
+        value.depth = 1;
+        if (auto* group = kxCast<kxGroup>(node); group && group->getChildCount() > 0)
+            stack.push_back({group, 0});
+        else
+            m_postOrder.push_back(node);
     };
     enter(root);
     while (!stack.empty())
     {
         Step& step = stack.back();
-        const auto* group = kxCast<kxGroup>(step.node);
-        if (group && step.nextChild < group->getChildCount())
+        const uint32_t count = step.group->getChildCount();
+        if (step.nextChild == count)
         {
-            if (kxNode* child = group->getChild(step.nextChild++))
-                enter(child);
+            m_postOrder.push_back(step.group);
+            stack.pop_back();
             continue;
         }
-        m_postOrder.push_back(step.node);
-        stack.pop_back();
+        if (step.nextChild + kAhead < count)
+            prefetchObject(step.group->getChild(step.nextChild + kAhead));
+        if (kxNode* child = step.group->getChild(step.nextChild++))
+            enter(child);
     }
 }
 
 void kxScenePaths::start()
 {
-    for (const kxNode* node : m_postOrder)
-        m_values[node] = {0, 1, true};
+    if (m_started)
+        for (const kxNode* node : m_postOrder)
+            m_values[node] = {0, 1};
+    m_started = true;
     for (const kxNode* root : m_roots)
         ++m_values[root].paths;
 }

@@ -1,6 +1,7 @@
 // How often, and how deep, the nodes of a file are met.
 #pragma once
 
+#include "platform/core/kxPrefetch.h"
 #include "platform/core/kxTSerialMap.h"
 #include "platform/sg/kxGroup.h"
 
@@ -23,11 +24,14 @@ public:
     void forEach(F callback)
     {
         start();
-        for (auto at = m_postOrder.rbegin(); at != m_postOrder.rend(); ++at)
+        for (size_t i = m_postOrder.size(); i-- > 0;)
         {
-            const Value value = m_values.get(*at);
-            callback(*at, value.paths, value.depth);
-            handDown(*at, value);
+            if (i >= kAhead)
+                Core::prefetchObject(m_postOrder[i - kAhead]);
+            Sg::kxNode* node = m_postOrder[i];
+            const Value value = m_values.get(node);
+            callback(node, value.paths, value.depth);
+            handDown(node, value);
         }
     }
 
@@ -38,16 +42,17 @@ private:
     struct Value
     {
         uint64_t paths = 0;
-        uint64_t depth = 1;
-        bool met = false;
+        uint32_t depth = 0; // 0: not met
     };
+    static constexpr size_t kAhead = 8; // so many nodes before it is looked at, a node is asked for
 
     void start();
     void handDown(Sg::kxNode* node, const Value& value);
 
     std::vector<Sg::kxNode*> m_roots;
-    std::vector<Sg::kxNode*>
-        m_postOrder; // below every root in turn; read backwards, parents stand before their children
+    // Below every root in turn; read backwards, parents stand before their children.
+    std::vector<Sg::kxNode*> m_postOrder;
+    bool m_started = false;
     Core::kxTSerialMap<Value> m_values;
 };
 

@@ -3,15 +3,15 @@
 
 #include "platform/core/kxObject.h"
 
-namespace Kel::Opt
+namespace Kel::Core
 {
 
 /// Starts to fetch an object, of which mostly the first 128 bytes are looked at; null is no fault. Large graphs do not fit into
 /// the caches, and what is asked for ahead arrives together.
-inline void prefetchObject(const Core::kxObject* object)
+inline void prefetchObject(const kxObject* object)
 {
     __builtin_prefetch(object);
     __builtin_prefetch(reinterpret_cast<const char*>(object) + 64);
 }
 
-} // namespace Kel::Opt
+} // namespace Kel::Core
