@@ -23,7 +23,7 @@ class Classes(CliTest):
 
     def testPlugInsAreListed(self):
         added = set(self.names(plugins=True)) - set(self.names())
-        self.assertEqual(added, {"kxCliFails", "kxCliRefuses", "kxCliCrashes", "kxCliWaits", "kxCliSpeaks"})
+        self.assertEqual(added, {"kxCliDislikes", "kxCliFails", "kxCliRefuses", "kxCliCrashes", "kxCliWaits", "kxCliSpeaks"})
 
     def testDescribe(self):
         self.assertGolden("describe.txt", self.kxopt("describe", "kxCliSpeaks", plugins=True)[0])

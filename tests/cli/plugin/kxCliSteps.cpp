@@ -1,7 +1,7 @@
 // Steps that do what the tests of the command need: fail, refuse, crash, wait, and say what they did.
 #include "opt/framework/kxOptInterface.h"
 #include "platform/core/kxPlugIn.h"
-#include "platform/sg/kxGroup.h"
+#include "platform/sg/kxSceneInfo.h"
 
 #include <chrono>
 #include <cstdlib>
@@ -23,6 +23,26 @@ class kxCliFails : public kxOptBase
         if (root)
             root->setName("changed by a step that failed");
         return false;
+    }
+    bool configure(int) override { return true; }
+};
+
+/// Fails in the presence of a node of a certain name.
+class kxCliDislikes : public kxOptBase
+{
+    KX_OBJECT(kxCliDislikes, kxOptBase)
+    static void listFields(kxFields<kxCliDislikes>& fields)
+    {
+        fields.add(&kxCliDislikes::_nodeName, "_nodeName", "name of the node that is disliked");
+    }
+
+    kxStringRef _nodeName;
+
+    bool apply(kxSmartPointer<kxNode>& root) override
+    {
+        return !Sg::findNode(
+            root, [](kxNode* node, void* name) { return node->getName() == *static_cast<kxStringRef*>(name); },
+            &_nodeName);
     }
     bool configure(int) override { return true; }
 };
@@ -116,6 +136,7 @@ class kxCliSpeaks : public kxOptBase
 };
 
 KX_IMPLEMENT(kxCliFails)
+KX_IMPLEMENT(kxCliDislikes)
 KX_IMPLEMENT(kxCliRefuses)
 KX_IMPLEMENT(kxCliCrashes)
 KX_IMPLEMENT(kxCliWaits)
@@ -124,6 +145,7 @@ KX_IMPLEMENT(kxCliSpeaks)
 void registerClasses()
 {
     kxRegisterClass<kxCliFails>("kxCliFails", "fails behind a change");
+    kxRegisterClass<kxCliDislikes>("kxCliDislikes", "fails in the presence of a node");
     kxRegisterClass<kxCliRefuses>("kxCliRefuses", "refuses its settings");
     kxRegisterClass<kxCliCrashes>("kxCliCrashes", "ends the process");
     kxRegisterClass<kxCliWaits>("kxCliWaits", "waits to be cancelled");
