@@ -1,9 +1,7 @@
 #include "opt/framework/kxOptBase.h"
 
 #include "opt/framework/kxOptInterface.h"
-#include "opt/iterate/kxIterateGraph.h"
 #include "platform/core/kxDirectory.h"
-#include "platform/core/kxTSerialMap.h"
 #include "platform/sg/kxAnimationDatabase.h"
 #include "platform/sg/kxGroup.h"
 #include "platform/sg/kxSceneInfo.h"
@@ -20,33 +18,14 @@ const char kxOptBase::configurationToken[] = "conf";
 namespace
 {
 
-// First node, in pre-order, for which the question is true. A node is asked once however many paths reach it: the answers to
-// these questions are the same on each.
-template <class Question>
-kxNode* findNode(kxNode* root, Question question)
-{
-    kxTSerialMap<bool> met;
-    const auto iterate = kxNew<kxIterateGraph>();
-    iterate->begin(root);
-    while (iterate->isNotLast())
-    {
-        kxNode* node = iterate->getCurrent();
-        if (!node || met.get(node))
-        {
-            iterate->getNextSkippingChildren();
-            continue;
-        }
-        if (question(node))
-            return node;
-        met[node] = true;
-        iterate->getNext();
-    }
-    return nullptr;
-}
-
-bool isSegment(const kxNode* node)
+bool isSegment(kxNode* node, void*)
 {
     return node->isOfType(kxSegment::staticMetaObject());
+}
+
+bool isDynamic(kxNode* node, void*)
+{
+    return node->isDynamic();
 }
 
 std::string describe(const kxObject* object)
@@ -137,12 +116,12 @@ bool kxOptBase::readsItself(kxStringRef, std::string_view) const
 
 bool kxOptBase::hasSegmentNode(kxNode* root) const
 {
-    return findNode(root, isSegment) != nullptr;
+    return findNode(root, isSegment, nullptr) != nullptr;
 }
 
 bool kxOptBase::hasDynamicNode(kxNode* root) const
 {
-    return findNode(root, [](const kxNode* node) { return node->isDynamic(); }) != nullptr;
+    return findNode(root, isDynamic, nullptr) != nullptr;
 }
 
 // True when the graph holds neither; the driver and derived classes rely on this sense, not on the name.
@@ -153,13 +132,14 @@ bool kxOptBase::hasSegmentOrDynamic(kxNode* root)
         m_acceptedGraph = nullptr; // from here on it is edited
         return true;
     }
-    const kxNode* offender = findNode(root, [](const kxNode* node) { return isSegment(node) || node->isDynamic(); });
+    kxNode* offender = findNode(
+        root, [](kxNode* node, void*) { return isDynamic(node, nullptr) || isSegment(node, nullptr); }, nullptr);
     if (!offender)
     {
         m_checkedGraph = root;
         return true;
     }
-    if (isSegment(offender))
+    if (isSegment(offender, nullptr))
         printf("The optimization doesn't support kxSegment\n");
     else
         printf("The optimization doesn't support the IS_DYNAMIC flag\n");

@@ -20,6 +20,7 @@
 #include "platform/sg/kxMesh.h"
 #include "platform/sg/kxModelViewMatrixBoneSelect.h"
 #include "platform/sg/kxOverrideAttrSet.h"
+#include "platform/sg/kxPrefetchBranches.h"
 #include "platform/sg/kxShader.h"
 #include "platform/sg/kxTimeTransform.h"
 
@@ -103,7 +104,9 @@ public:
             if (step.nextChild < step.childCount)
             {
                 const uint32_t index = step.nextChild++;
-                if (kxNode* child = static_cast<const kxGroup*>(step.node)->getChild(index))
+                const auto* group = static_cast<const kxGroup*>(step.node);
+                prefetchBranches(group, index, step.childCount);
+                if (kxNode* child = group->getChild(index))
                     if (!enter(child, index))
                         return;
             }

@@ -63,7 +63,8 @@ void kxMemoryPool::release(void* block, size_t byteCount)
     if (byteCount > kMaxBlock)
         return ::operator delete(block);
     const size_t sizeClass = (byteCount + kGrain - 1) / kGrain;
-    kxMemoryPool* pool = reinterpret_cast<Slab*>(reinterpret_cast<uintptr_t>(block) & ~uintptr_t(kxSlabArena::kSlabBytes - 1))->pool;
+    kxMemoryPool* pool =
+        reinterpret_cast<Slab*>(reinterpret_cast<uintptr_t>(block) & ~uintptr_t(kxSlabArena::kSlabBytes - 1))->pool;
     auto* freed = static_cast<FreeBlock*>(block);
     freed->next = pool->m_free[sizeClass];
     pool->m_free[sizeClass] = freed;

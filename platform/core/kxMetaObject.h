@@ -94,4 +94,9 @@ private:
     std::vector<kxMetaObject*> m_derived;
 };
 
+inline bool kxObject::isOfType(const kxMetaObject* type) const
+{
+    return getMetaObject()->isDerivedFrom(type);
+}
+
 } // namespace Kel::Core

@@ -98,11 +98,6 @@ void kxObject::destroy() const
     g_destroying = false;
 }
 
-bool kxObject::isOfType(const kxMetaObject* type) const
-{
-    return getMetaObject()->isDerivedFrom(type);
-}
-
 const char* kxObject::getTypeName() const
 {
     return getMetaObject()->getName().c_str();

@@ -115,6 +115,14 @@ private:
     mutable SideBlock* m_side = nullptr;
 };
 
+} // namespace Kel::Core
+
+// Asking for types is the commonest question there is, and is answered without a call.
+#include "platform/core/kxMetaObject.h"
+
+namespace Kel::Core
+{
+
 /// The object as a `T`, or null when it is of another type.
 template <class T>
 T* kxCast(kxObject* object)

@@ -43,7 +43,8 @@ void addRegion(Arena& arena)
         throw std::bad_alloc();
     // Huge pages are aligned; what stands out on both sides goes back.
     char* first = static_cast<char*>(mapped);
-    char* start = reinterpret_cast<char*>((reinterpret_cast<uintptr_t>(first) + kHugePageBytes - 1) & ~(kHugePageBytes - 1));
+    char* start =
+        reinterpret_cast<char*>((reinterpret_cast<uintptr_t>(first) + kHugePageBytes - 1) & ~(kHugePageBytes - 1));
     if (start > first)
         munmap(first, static_cast<size_t>(start - first));
     if (const auto rest = static_cast<size_t>(first + mappedBytes - (start + kRegionBytes)))

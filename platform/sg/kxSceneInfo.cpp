@@ -30,7 +30,7 @@ void kxSceneInfo::listFields(kxFields<kxSceneInfo>& fields)
     fields.add(&kxSceneInfo::_animationStep, "_animationStep", "time between two pictures");
 }
 
-void forEachNodeOnce(kxNode* root, void (*callback)(kxNode* node, void* context), void* context)
+kxNode* findNode(kxNode* root, bool (*question)(kxNode* node, void* context), void* context)
 {
     // Large graphs do not fit into the caches: nodes are asked for some steps before the walk comes to them.
     constexpr size_t kAhead = 6;
@@ -48,12 +48,32 @@ void forEachNodeOnce(kxNode* root, void (*callback)(kxNode* node, void* context)
             continue;
         else
             known = true;
-        callback(node, context);
+        if (question(node, context))
+            return node;
         if (const auto* group = kxCast<kxGroup>(node))
             for (uint32_t i = group->getChildCount(); i-- > 0;)
                 if (kxNode* child = group->getChild(i))
                     stack.push_back(child);
     }
+    return nullptr;
+}
+
+void forEachNodeOnce(kxNode* root, void (*callback)(kxNode* node, void* context), void* context)
+{
+    struct Call
+    {
+        void (*callback)(kxNode*, void*);
+        void* context;
+    } call{callback, context};
+    findNode(
+        root,
+        [](kxNode* node, void* data)
+        {
+            const Call& made = *static_cast<Call*>(data);
+            made.callback(node, made.context);
+            return false;
+        },
+        &call);
 }
 
 kxNode* findCycle(kxNode* root)

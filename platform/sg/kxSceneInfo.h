@@ -38,7 +38,10 @@ class kxSceneInfo : public kxInfo
 
 KX_OBJECT_LIST(kxSceneInfoList, kxSceneInfo)
 
-/// Calls back for every node at or below `root` once, in pre-order, however many paths reach it. Iterative.
+/// The first node at or below `root` in pre-order for which the question is true, null when there is none. Each node is asked
+/// once, however many paths reach it. Iterative.
+kxNode* findNode(kxNode* root, bool (*question)(kxNode* node, void* context), void* context);
+/// Calls back for every node, as `findNode` does.
 void forEachNodeOnce(kxNode* root, void (*callback)(kxNode* node, void* context), void* context);
 
 /// A node that lies below itself; null when the graph has none. Iterative, O(nodes + links).
