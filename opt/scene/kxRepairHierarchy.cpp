@@ -10,95 +10,18 @@
 
 #include "opt/framework/kxOptInterface.h"
 #include "opt/iterate/kxIterateGraph.h"
+#include "opt/scene/kxLinkIndex.h"
 #include "platform/core/kxPrefetch.h"
 #include "platform/sg/kxAnimationDatabase.h"
 #include "platform/sg/kxSceneInfo.h"
 #include "platform/sg/kxSkin.h"
 
 #include <algorithm>
-#include <unordered_set>
 
 namespace Kel::Opt
 {
 
 KX_IMPLEMENT(kxRepairHierarchy)
-
-/// Answers whether a list holds an object, and keeps count of edits to lists that it has indexed.
-class kxRepairHierarchy::LinkIndex
-{
-public:
-    /// True for a list that is short enough to be read as it stands, and edited at once.
-    static bool isShort(const kxObjectList* list) { return list->getCount() <= kScanned; }
-
-    /// False for no list at all.
-    bool contains(const kxObjectList* list, const kxObject* object)
-    {
-        if (!list)
-            return false;
-        if (isShort(list))
-            return list->contains(object);
-        if (m_indexed.insert(list->getSerial()).second)
-            for (const kxObject* element : *list)
-                if (element)
-                    ++countOf(list, element);
-        return countOf(list, object) > 0;
-    }
-    void noteAppended(const kxObjectList* list, const kxObject* object)
-    {
-        if (m_indexed.contains(list->getSerial()))
-            ++countOf(list, object);
-    }
-    void noteRemoved(const kxObjectList* list, const kxObject* object)
-    {
-        if (m_indexed.contains(list->getSerial()))
-            --countOf(list, object);
-    }
-
-private:
-    static constexpr uint32_t kScanned = 16; // entries that are as quickly scanned as looked up
-
-    struct Slot
-    {
-        uint64_t link = 0; // serials of list and object; never 0
-        uint32_t count = 0;
-    };
-
-    uint32_t& countOf(const kxObjectList* list, const kxObject* object)
-    {
-        if (m_used * 2 >= m_slots.size())
-            grow();
-        const uint64_t link = uint64_t(list->getSerial()) << 32 | object->getSerial();
-        Slot& slot = find(link);
-        if (!slot.link)
-        {
-            slot.link = link;
-            ++m_used;
-        }
-        return slot.count;
-    }
-    Slot& find(uint64_t link)
-    {
-        size_t at = (link * 0x9E3779B97F4A7C15ull) >> 20;
-        for (;; ++at)
-        {
-            Slot& slot = m_slots[at & (m_slots.size() - 1)];
-            if (slot.link == link || !slot.link)
-                return slot;
-        }
-    }
-    void grow()
-    {
-        std::vector<Slot> old(std::max<size_t>(1024, m_slots.size() * 2));
-        old.swap(m_slots);
-        for (const Slot& slot : old)
-            if (slot.link)
-                find(slot.link) = slot;
-    }
-
-    std::unordered_set<uint32_t> m_indexed; // serials of lists
-    std::vector<Slot> m_slots;
-    size_t m_used = 0;
-};
 
 /// One pass over the graph.
 class kxRepairHierarchy::Walk
@@ -358,7 +281,7 @@ bool kxRepairHierarchy::apply(kxSmartPointer<kxNode>& root)
         return true;
     noteGraphs();
     const kxSmartPointer<kxIterateGraph> iterate(new (getCreationMemoryPool()) kxIterateGraph);
-    LinkIndex links;
+    kxLinkIndex links;
     Cuts cuts;
     Walk collecting;
     Walk detecting;
@@ -430,7 +353,7 @@ void prefetchChildren(const kxGroup* group, uint32_t index)
 } // namespace
 
 // `pathParent` is a parent known to list the node, since the walk came from there.
-void kxRepairHierarchy::collectNodes(kxNode* node, const kxNode* pathParent, LinkIndex& links)
+void kxRepairHierarchy::collectNodes(kxNode* node, const kxNode* pathParent, kxLinkIndex& links)
 {
     if (kxNodeList* parents = node->_parentList)
     {
@@ -484,7 +407,7 @@ void kxRepairHierarchy::collectNodes(kxNode* node, const kxNode* pathParent, Lin
     noteKnown(node);
 }
 
-void kxRepairHierarchy::detectLeakedNodes(kxNode* node, const Walk& collecting, LinkIndex& links, Cuts& cuts)
+void kxRepairHierarchy::detectLeakedNodes(kxNode* node, const Walk& collecting, kxLinkIndex& links, Cuts& cuts)
 {
     kxNodeList* parents = node->_parentList;
     if (!parents)
@@ -501,7 +424,7 @@ void kxRepairHierarchy::detectLeakedNodes(kxNode* node, const Walk& collecting, 
         if (!group || !links.contains(group->_childList, node))
             say("(the node %s was not in the list of children of %s\n", node->getName().c_str(),
                 parent->getName().c_str());
-        else if (collecting.hasMet(group) || LinkIndex::isShort(group->_childList))
+        else if (collecting.hasMet(group) || kxLinkIndex::isShort(group->_childList))
         {
             // A list that the walk itself goes over must lose the child at once.
             cuts.kept.emplace_back(node);

@@ -8,6 +8,8 @@
 namespace Kel::Opt
 {
 
+class kxLinkIndex;
+
 /// Reports each node that lists a parent which does not list it, each group with a child that does not list it, and each node
 /// with a parent outside the graph; repairs them unless told not to.
 class kxRepairHierarchy : public kxOptBase
@@ -38,13 +40,12 @@ protected:
     ~kxRepairHierarchy() override;
 
 private:
-    class LinkIndex;
     class Walk;
     struct Cuts;
 
     bool isSound(kxNode* root);
-    void collectNodes(kxNode* node, const kxNode* pathParent, LinkIndex& links);
-    void detectLeakedNodes(kxNode* node, const Walk& collecting, LinkIndex& links, Cuts& cuts);
+    void collectNodes(kxNode* node, const kxNode* pathParent, kxLinkIndex& links);
+    void detectLeakedNodes(kxNode* node, const Walk& collecting, kxLinkIndex& links, Cuts& cuts);
     template <class... A>
     void say(const char* format, A... arguments);
     bool isKnown(const kxNode* node) const { return m_known.get(node); }

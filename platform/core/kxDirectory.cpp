@@ -1,6 +1,7 @@
 #include "platform/core/kxDirectory.h"
 
 #include "platform/core/kxClassReferences.h"
+#include "platform/core/kxPrefetch.h"
 #include "platform/core/kxTSerialMap.h"
 
 namespace Kel::Core
@@ -25,9 +26,13 @@ public:
         {
             auto& [list, next] = m_lists.back();
             if (next == list->getCount())
+            {
                 m_lists.pop_back();
-            else
-                meet(list->get(next++));
+                continue;
+            }
+            if (next + kAhead < list->getCount())
+                prefetchObject(list->get(next + kAhead));
+            meet(list->get(next++));
         }
     }
 
@@ -35,6 +40,8 @@ public:
     {
         for (; m_next < m_found.size(); ++m_next)
         {
+            if (m_next + kAhead < m_found.size())
+                prefetchObject(m_found[m_next + kAhead]);
             const kxObject* object = m_found[m_next];
             for (const kxObjectField* field : m_classes.of(object).fields)
                 if (const void* value = field->getAddress(object))
@@ -43,6 +50,8 @@ public:
     }
 
 private:
+    static constexpr uint32_t kAhead = 6; // objects that are asked for before they are looked at
+
     void meet(kxObject* object)
     {
         if (!object)

@@ -53,18 +53,26 @@ public:
         const uint64_t hash = hashBytes(text.data(), text.size());
         if (m_count * 2 >= m_slots.size())
             grow();
-        size_t slot = hash & (m_slots.size() - 1);
-        for (; m_slots[slot]; slot = (slot + 1) & (m_slots.size() - 1))
+        const size_t mask = m_slots.size() - 1;
+        size_t at = hash & mask;
+        for (; m_slots[at].entry; at = (at + 1) & mask)
         {
-            const kxStringRef::Entry* entry = m_slots[slot];
-            if (entry->hash == hash && std::string_view(entry->text, entry->length) == text)
-                return entry;
+            const Slot& slot = m_slots[at];
+            if (slot.hash == hash && std::string_view(slot.entry->text, slot.entry->length) == text)
+                return slot.entry;
         }
-        return m_slots[slot] = makeEntry(text, hash);
+        return (m_slots[at] = {makeEntry(text, hash), hash}).entry;
     }
 
 private:
     static constexpr size_t kArenaBytes = 64 * 1024;
+
+    // The hash stands here as well: of a million entries only those are looked at that are alike.
+    struct Slot
+    {
+        const kxStringRef::Entry* entry = nullptr;
+        uint64_t hash = 0;
+    };
 
     const kxStringRef::Entry* makeEntry(std::string_view text, uint64_t hash)
     {
@@ -96,20 +104,21 @@ private:
 
     void grow()
     {
-        std::vector<const kxStringRef::Entry*> old(m_slots.empty() ? 1024 : m_slots.size() * 2, nullptr);
+        std::vector<Slot> old(m_slots.empty() ? 1024 : m_slots.size() * 2);
         old.swap(m_slots);
-        for (const kxStringRef::Entry* entry : old)
+        const size_t mask = m_slots.size() - 1;
+        for (const Slot& slot : old)
         {
-            if (!entry)
+            if (!slot.entry)
                 continue;
-            size_t slot = entry->hash & (m_slots.size() - 1);
-            while (m_slots[slot])
-                slot = (slot + 1) & (m_slots.size() - 1);
-            m_slots[slot] = entry;
+            size_t at = slot.hash & mask;
+            while (m_slots[at].entry)
+                at = (at + 1) & mask;
+            m_slots[at] = slot;
         }
     }
 
-    std::vector<const kxStringRef::Entry*> m_slots;
+    std::vector<Slot> m_slots;
     std::vector<char*> m_arenas; // keeps every arena reachable for leak checkers
     char* m_arena = nullptr;
     size_t m_arenaLeft = 0;
