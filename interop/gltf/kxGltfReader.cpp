@@ -75,6 +75,7 @@ bool kxGltfReader::read(kxDirectory& directory)
     directory.addEntry(m_database, "animations");
     directory.addEntry(m_pumps, "pumps");
     directory.addEntry(m_info, "gltf");
+    directory.setInfosAreRoots();
     m_faults.reportWarnings();
     return true;
 }

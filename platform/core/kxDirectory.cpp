@@ -91,6 +91,7 @@ kxObjectDirEntry* kxDirectory::addEntry(kxObject* object, kxStringRef name)
     entry->_name = name;
     entry->_object = object;
     _entries->append(entry);
+    m_infosAreRoots = false;
     dropSharedEntries();
     return entry;
 }
@@ -102,6 +103,7 @@ kxExternalDirEntry* kxDirectory::addExternalEntry(kxStringRef path, kxObject* ob
     entry->_path = path;
     entry->_object = object;
     _entries->append(entry);
+    m_infosAreRoots = false;
     dropSharedEntries();
     return entry;
 }
@@ -119,6 +121,7 @@ void kxDirectory::clear()
     _entries->clear();
     dropSharedEntries();
     m_loaded = false;
+    m_infosAreRoots = false;
 }
 
 void kxDirectory::dropSharedEntries()

@@ -40,6 +40,11 @@ class kxDirectory : public kxObject
     /// Lets go of the collected objects after the scene was edited; the next question collects again.
     void dropSharedEntries();
 
+    /// Said by a reader behind its last entry: no info lies below a root. Spares those who want the infos the collection of all
+    /// objects. Adding an entry takes it back.
+    void setInfosAreRoots() { m_infosAreRoots = true; }
+    bool areInfosRoots() const { return m_infosAreRoots; }
+
     bool isLoaded() const { return m_loaded; }
     void setLoaded(bool loaded) { m_loaded = loaded; }
     /// Loading is over when `kxResource::load` returns, so this only answers whether it succeeded.
@@ -49,6 +54,7 @@ private:
     void collect() const;
 
     bool m_loaded = false;
+    bool m_infosAreRoots = false;
     mutable bool m_collected = false;
     mutable std::vector<kxSmartPointer<kxObject>> m_sharedObjects;
     mutable std::vector<kxSmartPointer<kxDirEntry>> m_sharedEntries; // made when asked for

@@ -31,10 +31,18 @@ void kxFileInfo::registerFile(kxDirectory* directory)
     _directory = directory;
     if (!directory)
         return;
-    const uint32_t count = directory->getSharedEntryCount();
-    for (uint32_t i = 0; i < count; ++i)
-        if (auto* info = kxCast<kxInfo>(directory->getSharedObject(i)))
+    const auto add = [this](kxObject* object)
+    {
+        auto* info = kxCast<kxInfo>(object);
+        if (info && !_infoList->contains(info))
             _infoList->append(info);
+    };
+    if (directory->areInfosRoots())
+        for (const kxDirEntry* entry : *directory->_entries)
+            add(entry->getObject());
+    else
+        for (uint32_t i = 0; i < directory->getSharedEntryCount(); ++i)
+            add(directory->getSharedObject(i));
     for (kxDirEntry* entry : *directory->_entries)
         if (auto* external = kxCast<kxExternalDirEntry>(entry))
             _externalEntries->append(external);

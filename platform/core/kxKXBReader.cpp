@@ -3,6 +3,7 @@
 // what makes objects stands in kxKXBReaderObjects.cpp.
 #include "platform/core/kxKXBReader.h"
 
+#include "platform/core/kxInfo.h"
 #include "platform/core/kxMemoryBlock.h"
 #include "platform/core/kxMetaEnum.h"
 #include "platform/core/kxReport.h"
@@ -78,7 +79,25 @@ bool kxKXBReader::read(kxDirectory& directory)
             directory.addExternalEntry(root.path, root.object, root.name);
         else if (root.object)
             directory.addEntry(root.object, root.name);
+    if (areInfosRoots())
+        directory.setInfosAreRoots();
     return true;
+}
+
+bool kxKXBReader::areInfosRoots() const
+{
+    std::vector<bool> isInfo;
+    for (const Type& type : m_types)
+        isInfo.push_back(type.type && type.type->isDerivedFrom(kxInfo::staticMetaObject()));
+    uint32_t infoCount = 0;
+    for (const uint32_t type : m_slots)
+        infoCount += isInfo[type];
+    std::vector<const kxObject*> roots;
+    for (const Root& root : m_roots)
+        if (root.object && root.object->isOfType(kxInfo::staticMetaObject()))
+            roots.push_back(root.object);
+    std::sort(roots.begin(), roots.end());
+    return std::unique(roots.begin(), roots.end()) - roots.begin() == infoCount;
 }
 
 bool kxKXBReader::readHeader()
@@ -278,6 +297,10 @@ kxKXBReader::Operation kxKXBReader::bindField(const Type& type, const Field& fie
     const kxMetaField* known = type.type->findField(name);
     if (!known || known->hasFlag(kxMetaField::NOT_SAVED))
         return operation;
+    // Of a field that is there twice the first counts: what the second one replaced would be taken for held.
+    for (const Operation& earlier : type.operations)
+        if (earlier.field == known)
+            return operation;
     if (static_cast<uint32_t>(known->getKind()) != field.kind)
     {
         warn("field %s of class %s has another kind now and keeps its default", name.c_str(), type.name.c_str());

@@ -44,8 +44,10 @@ private:
     bool readValueList(kxListBase* list, const Type& type);
     bool readObjectList(uint32_t slot, kxObjectList* list, Type& type);
     bool checkListDepth();
+    bool areAllHeld();
     void dropUnheldObjects();
     bool callLoaded();
+    bool areInfosRoots() const;
     bool readEntries();
     void dropReferences(uint32_t slot);
 
@@ -75,6 +77,11 @@ private:
     const KXB::Section& section(KXB::SectionId id) const { return m_sections[id - 1]; }
     const uint8_t* bytesOf(KXB::SectionId id) const { return m_data + section(id).offset; }
     bool slotAccepts(uint32_t slot, const kxMetaObject* type) const;
+    void noteHeld(uint32_t slot)
+    {
+        if (m_holders[slot] == kNoHolder)
+            m_holders[slot] = m_slot;
+    }
 
     kxMemoryBlock* m_bytes;
     const uint8_t* m_data;
@@ -85,6 +92,11 @@ private:
     std::vector<Type> m_types;
     std::vector<uint32_t> m_slots; // number of the type of each object
     std::vector<kxSmartPointer<kxObject>> m_objects;
+    uint32_t m_slot = 0;             // whose record is being read
+    std::vector<uint32_t> m_holders; // for each slot, one that holds it, or one of the following
+    static constexpr uint32_t kNoHolder = UINT32_MAX;
+    static constexpr uint32_t kHeldByRoot = UINT32_MAX - 1;
+    static constexpr uint32_t kBeingFollowed = UINT32_MAX - 2;
     const uint8_t* m_record = nullptr;
     uint64_t m_recordsLeft = 0;
     std::vector<std::pair<uint32_t, uint32_t>> m_listsInLists; // slots of the outer and the inner list

@@ -6,6 +6,7 @@
 #include "platform/core/kxTSerialMap.h"
 
 #include <algorithm>
+#include <utility>
 #include <unordered_map>
 
 namespace Kel::Core
@@ -86,8 +87,10 @@ bool kxKXBReader::readRecords()
 {
     m_record = bytesOf(RECORDS);
     m_recordsLeft = section(RECORDS).byteCount;
+    m_holders.assign(m_slots.size(), kNoHolder);
     for (uint32_t slot = 0; slot < m_slots.size(); ++slot)
     {
+        m_slot = slot;
         Type& type = m_types[m_slots[slot]];
         bool fits = true;
         switch (type.form)
@@ -185,7 +188,10 @@ bool kxKXBReader::readReference(const Type& type, Operation& operation, uint32_t
         return true;
     }
     if (slotAccepts(number - 1, operation.referenced))
+    {
+        noteHeld(number - 1);
         field->setObject(value, object);
+    }
     else if (!operation.warned)
     {
         operation.warned = true;
@@ -252,6 +258,8 @@ bool kxKXBReader::readObjectList(uint32_t slot, kxObjectList* list, Type& type)
         }
         if (object && m_types[m_slots[number - 1]].form == OBJECT_LIST)
             m_listsInLists.emplace_back(slot, number - 1);
+        if (object && list->isCounted())
+            noteHeld(number - 1);
         list->append(object);
     }
     return true;
@@ -301,11 +309,39 @@ bool kxKXBReader::checkListDepth()
     return depth <= kMaxListDepth || fail("has lists within lists, %u deep; %u is the most", depth, kMaxListDepth);
 }
 
+// Mostly it is enough to follow one holder of each slot, and no object has to be looked at. False does not mean that there is
+// one that nobody holds: another holder may lead to a root.
+bool kxKXBReader::areAllHeld()
+{
+    std::vector<uint32_t> path;
+    for (uint32_t slot = 0; slot < m_holders.size(); ++slot)
+    {
+        if (!m_objects[slot])
+            continue;
+        uint32_t at = slot;
+        while (m_holders[at] < kBeingFollowed)
+        {
+            path.push_back(at);
+            at = std::exchange(m_holders[at], kBeingFollowed);
+        }
+        if (m_holders[at] != kHeldByRoot)
+            return false;
+        for (const uint32_t passed : path)
+            m_holders[passed] = kHeldByRoot;
+        path.clear();
+    }
+    return true;
+}
+
 // Lets go of what the roots do not hold, before any object acts on what was loaded: what hung below an object of an unknown
 // class, and whatever else a file may bring along. Lists that do not count their elements rely on others to hold them, so
 // such objects go from them too.
 void kxKXBReader::dropUnheldObjects()
 {
+    const bool isAllHeld = areAllHeld();
+    m_holders = {};
+    if (isAllHeld)
+        return;
     kxTSerialMap<bool> held;
     kxClassReferencesTable classes;
     std::vector<const kxObject*> toFollow;
@@ -394,6 +430,8 @@ bool kxKXBReader::readEntries()
         if (!getString(entry.name, root.name) || !getString(entry.path, root.path) || entry.object > m_objects.size())
             return fail("is damaged: entry %llu refers to what is not there", static_cast<unsigned long long>(i));
         root.object = entry.object ? m_objects[entry.object - 1].get() : nullptr;
+        if (root.object)
+            m_holders[entry.object - 1] = kHeldByRoot;
         root.external = (entry.flags & kEntryExternal) != 0;
         m_roots.push_back(root);
     }

@@ -1,6 +1,7 @@
 #include "platform/core/kxResource.h"
 
 #include "platform/core/kxFileFormat.h"
+#include "platform/core/kxInfo.h"
 
 namespace Kel::Core
 {
@@ -14,13 +15,18 @@ kxObject* findShared(const kxDirectory* directory, kxStringRef typeName, const k
     const kxMetaObject* type = kxMetaObject::find(typeName);
     if (!directory || !type)
         return nullptr;
+    const auto isWanted = [&](const kxObject* object)
+    { return object && object->isOfType(type) && object->isOfType(base) && accept(object); };
+    // The roots are the first of the shared objects, and mostly one of them is wanted.
+    for (const kxDirEntry* entry : *directory->_entries)
+        if (isWanted(entry->getObject()))
+            return entry->getObject();
+    if (directory->areInfosRoots() && type->isDerivedFrom(kxInfo::staticMetaObject()))
+        return nullptr;
     const uint32_t count = directory->getSharedEntryCount();
     for (uint32_t i = 0; i < count; ++i)
-    {
-        kxObject* object = directory->getSharedObject(i);
-        if (object->isOfType(type) && object->isOfType(base) && accept(object))
-            return object;
-    }
+        if (isWanted(directory->getSharedObject(i)))
+            return directory->getSharedObject(i);
     return nullptr;
 }
 
