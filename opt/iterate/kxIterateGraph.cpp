@@ -1,7 +1,6 @@
 #include "opt/iterate/kxIterateGraph.h"
 
-#include "opt/iterate/kxPrefetch.h"
-#include "platform/sg/kxGroup.h"
+#include "platform/sg/kxPrefetch.h"
 #include "platform/sg/kxTimeTransform.h"
 
 namespace Kel::Opt
@@ -25,39 +24,6 @@ namespace
 // the parents.
 constexpr uint32_t kSiblingsAhead = 3;
 constexpr uint32_t kParentsAhead = 8;
-// Children of a wide group tend to have few nodes below them, each somewhere else in memory: their first branches are asked
-// for link by link, each link when the one before it has had time to arrive.
-constexpr uint32_t kWideCount = 64;
-constexpr uint32_t kLinksAhead = 6;
-constexpr uint32_t kSiblingsPerLink = 2;
-
-void prefetchBranches(const kxGroup* parent, uint32_t index, uint32_t count)
-{
-    for (uint32_t link = 0; link < kLinksAhead; ++link)
-    {
-        const uint32_t sibling = index + (kLinksAhead - link) * kSiblingsPerLink;
-        if (sibling >= count)
-            continue;
-        // Links are in turn a node and its list of children.
-        const kxNode* node = parent->getChild(sibling);
-        const kxNodeList* list = nullptr;
-        for (uint32_t step = 0; node && step < link; ++step)
-            if (step % 2 == 0)
-            {
-                const auto* group = kxCast<kxGroup>(node);
-                list = group ? group->_childList.get() : nullptr;
-                node = list ? node : nullptr;
-            }
-            else
-                node = list->isEmpty() ? nullptr : list->get(0);
-        if (!node)
-            continue;
-        if (link % 2 == 0)
-            prefetchObject(node);
-        else
-            prefetchObject(list);
-    }
-}
 
 } // namespace
 
@@ -103,7 +69,9 @@ kxNode* kxIterateGraph::getNextSkippingChildren()
         {
             kxNode* child = parent->getChild(index);
             if (count >= kWideCount)
-                prefetchBranches(parent, index, count);
+                prefetchBranches([&](uint32_t ahead)
+                                 { return index + ahead < count ? parent->getChild(index + ahead) : nullptr; },
+                                 [](const kxNode*) {});
             else if (index + kSiblingsAhead < count)
                 prefetchObject(parent->getChild(index + kSiblingsAhead));
             path.set(depth - 1, child);

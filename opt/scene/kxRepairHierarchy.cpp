@@ -8,8 +8,8 @@
 
 #include "opt/framework/kxOptInterface.h"
 #include "opt/iterate/kxIterateGraph.h"
-#include "opt/iterate/kxPrefetch.h"
 #include "platform/sg/kxAnimationDatabase.h"
+#include "platform/sg/kxPrefetch.h"
 #include "platform/sg/kxSceneInfo.h"
 #include "platform/sg/kxSkin.h"
 

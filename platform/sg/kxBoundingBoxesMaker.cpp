@@ -1,10 +1,11 @@
-// Boxes around what nodes draw: one walk from below, every node and every vertex data once.
+// Boxes around what nodes draw: from below, every node and every vertex data once.
 #include "platform/sg/kxBoundingBoxesMaker.h"
 
 #include "platform/attrs/kxGeometrySetAttr.h"
 #include "platform/attrs/kxParticleAttr.h"
 #include "platform/math/kxBoxes.h"
 #include "platform/sg/kxBillboard.h"
+#include "platform/sg/kxPrefetch.h"
 #include "platform/sg/kxTransform.h"
 
 #include <algorithm>
@@ -26,6 +27,18 @@ namespace
 
 // A volume that is smaller than the one above it by less than this part of its size rejects nothing more.
 constexpr float kSameSize = 1e-5f;
+
+// Of a graph that does not fit into the caches, how many nodes before their turn they are asked for, and then what
+// they refer to.
+constexpr uint32_t kNodesAhead = 16;
+constexpr uint32_t kPartsAhead = 8;
+
+// The head of a node and, should it be a transform, its matrix.
+void prefetchTransform(const kxNode* node)
+{
+    prefetchObject(node);
+    __builtin_prefetch(reinterpret_cast<const char*>(node) + 128);
+}
 
 // Numbers that are none leave a box as it is.
 void extend(kxAABox& box, const kxVec3f& point)
@@ -217,7 +230,7 @@ const kxAABox& kxBoundingBoxesMaker::getBox(const kxGeometryAttr* attr)
 const kxAABox& kxBoundingBoxesMaker::getBox(kxNode* node)
 {
     if (m_boxes.get(node).state != KNOWN)
-        measure(node, false);
+        measure(node);
     return m_boxes[node].box;
 }
 
@@ -250,9 +263,8 @@ uint8_t kxBoundingBoxesMaker::kindOf(const kxNode* node)
     return kind;
 }
 
-// The box of each node is gathered while what is below it is looked at, so that every node is touched once. Answers how many
-// of the nodes met have a volume, when they get some.
-uint32_t kxBoundingBoxesMaker::measure(kxNode* root, bool setsVolumes)
+// The box of each node is gathered while what is below it is looked at, so that every node is touched once.
+void kxBoundingBoxesMaker::measure(kxNode* root)
 {
     struct Step
     {
@@ -263,7 +275,6 @@ uint32_t kxBoundingBoxesMaker::measure(kxNode* root, bool setsVolumes)
         Entry entry;
     };
     std::vector<Step> steps;
-    uint32_t volumeCount = 0;
     auto enter = [&](kxNode* node)
     {
         m_boxes[node].state = OPEN;
@@ -276,42 +287,55 @@ uint32_t kxBoundingBoxesMaker::measure(kxNode* root, bool setsVolumes)
         Step& step = steps.back();
         if (step.next < step.count)
         {
-            kxNode* child = static_cast<const kxGroup*>(step.node)->getChild(step.next++);
+            const auto* group = static_cast<const kxGroup*>(step.node);
+            if (step.count >= kWideCount)
+                prefetchBranches(
+                    [&](uint32_t ahead)
+                    { return step.next + ahead < step.count ? group->getChild(step.next + ahead) : nullptr; },
+                    [&](const kxNode* node) { __builtin_prefetch(&m_boxes[node]); });
+            kxNode* child = group->getChild(step.next++);
             if (!child)
                 continue;
             const Entry known = m_boxes.get(child);
             if (known.state == UNKNOWN)
                 enter(child);
             else if (known.state == KNOWN) // one that is open lies above itself and adds nothing
-                addBelow(step.entry, known, child, kindOf(child));
+                addBelow(step.entry, inParent(known, child, kindOf(child)));
             continue;
         }
-        if (step.kind & GEOMETRY)
-            addGeometry(step.entry, static_cast<const kxGeometry*>(step.node));
-        if (step.kind & PLACES && !step.entry.box.isEmpty())
-            place(step.entry, static_cast<const kxGroup*>(step.node));
-        step.entry.state = KNOWN;
+        finish(step.entry, step.node, step.kind);
         m_boxes[step.node] = step.entry;
-        if (setsVolumes)
-        {
-            setVolume(step.node, step.entry.box);
-            volumeCount += step.node->_boundingVolume ? 1 : 0;
-        }
         if (steps.size() > 1)
-            addBelow(steps[steps.size() - 2].entry, step.entry, step.node, step.kind);
+            addBelow(steps[steps.size() - 2].entry, inParent(step.entry, step.node, step.kind));
         steps.pop_back();
     }
-    return volumeCount;
 }
 
-void kxBoundingBoxesMaker::addBelow(Entry& entry, const Entry& below, const kxNode* node, uint8_t kind)
+void kxBoundingBoxesMaker::addBelow(Entry& entry, const Entry& below)
 {
     if (below.box.isEmpty())
         return;
-    entry.box.extendBy(kind & TRANSFORM ? transformBox(below.box, static_cast<const kxTransform*>(node)->getMatrix())
-                                        : below.box);
+    entry.box.extendBy(below.box);
     entry.followsBones |= below.followsBones;
     entry.standsFree |= below.standsFree;
+}
+
+kxBoundingBoxesMaker::Entry kxBoundingBoxesMaker::inParent(const Entry& entry, const kxNode* node, uint8_t kind)
+{
+    Entry moved = entry;
+    if (kind & TRANSFORM)
+        moved.box = transformBox(entry.box, static_cast<const kxTransform*>(node)->getMatrix());
+    return moved;
+}
+
+// Adds what the node itself does to that of its children.
+void kxBoundingBoxesMaker::finish(Entry& entry, const kxNode* node, uint8_t kind)
+{
+    if (kind & GEOMETRY)
+        addGeometry(entry, static_cast<const kxGeometry*>(node));
+    if (kind & PLACES && !entry.box.isEmpty())
+        place(entry, static_cast<const kxGroup*>(node));
+    entry.state = KNOWN;
 }
 
 void kxBoundingBoxesMaker::place(Entry& entry, const kxGroup* group)
@@ -371,43 +395,49 @@ void kxBoundingBoxesMaker::placeSkinned(Entry& entry, const kxActor* actor)
     entry.standsFree = true;
 }
 
-template <class F>
-void kxBoundingBoxesMaker::forEachOnce(kxNode* root, F callback)
-{
-    kxTSerialMap<bool> seen;
-    std::vector<kxNode*> open;
-    if (root)
-        open.push_back(root);
-    while (!open.empty())
-    {
-        kxNode* node = open.back();
-        open.pop_back();
-        if (std::exchange(seen[node], true))
-            continue;
-        callback(node);
-        if (const auto* group = kxCast<kxGroup>(node))
-            for (uint32_t i = group->getChildCount(); i-- > 0;)
-                if (kxNode* child = group->getChild(i))
-                    open.push_back(child);
-    }
-}
-
-uint32_t kxBoundingBoxesMaker::removeAll(kxNode* root)
+uint32_t kxBoundingBoxesMaker::removeAll(const kxFlatGraph& graph)
 {
     uint32_t count = 0;
-    forEachOnce(root,
-                [&](kxNode* node)
-                {
-                    count += node->_boundingVolume ? 1 : 0;
-                    node->_boundingVolume = nullptr;
-                });
+    for (uint32_t i = 0; i < graph.getCount(); ++i)
+    {
+        if (i + kNodesAhead < graph.getCount())
+            __builtin_prefetch(graph.getNode(i + kNodesAhead));
+        kxNode* node = graph.getNode(i);
+        count += node->_boundingVolume ? 1 : 0;
+        node->_boundingVolume = nullptr;
+    }
     return count;
 }
 
-uint32_t kxBoundingBoxesMaker::apply(kxNode* root)
+uint32_t kxBoundingBoxesMaker::apply(const kxFlatGraph& graph)
 {
     forget();
-    return root ? measure(root, true) : 0;
+    std::vector<Entry> entries(graph.getCount()); // in the space of the parents
+    uint32_t volumeCount = 0;
+    for (uint32_t i = 0; i < graph.getCount(); ++i)
+    {
+        if (i + kNodesAhead < graph.getCount())
+            prefetchTransform(graph.getNode(i + kNodesAhead));
+        if (i + kPartsAhead < graph.getCount())
+            if (const auto children = graph.getChildren(i + kPartsAhead); !children.empty())
+                __builtin_prefetch(&entries[children[0]]);
+        kxNode* node = graph.getNode(i);
+        const uint8_t kind = kindOf(node);
+        Entry entry;
+        const auto children = graph.getChildren(i);
+        for (size_t k = 0; k < children.size(); ++k)
+        {
+            if (k + kPartsAhead < children.size())
+                __builtin_prefetch(&entries[children[k + kPartsAhead]]);
+            if (entries[children[k]].state == KNOWN) // one that is not lies above itself and adds nothing
+                addBelow(entry, entries[children[k]]);
+        }
+        finish(entry, node, kind);
+        setVolume(node, entry.box);
+        volumeCount += node->_boundingVolume ? 1 : 0;
+        entries[i] = inParent(entry, node, kind);
+    }
+    return volumeCount;
 }
 
 void kxBoundingBoxesMaker::setVolume(kxNode* node, const kxAABox& box)
@@ -423,48 +453,39 @@ void kxBoundingBoxesMaker::setVolume(kxNode* node, const kxAABox& box)
     }
 }
 
-uint32_t kxBoundingBoxesMaker::optimize(kxNode* root)
+uint32_t kxBoundingBoxesMaker::optimize(const kxFlatGraph& graph)
 {
-    struct Step
-    {
-        const kxGroup* group;
-        uint32_t next;
-        kxAABox above; // what the nearest volume on the path holds, in the group's own space
-    };
-    std::vector<Step> steps;
-    kxTSerialMap<bool> seen;
+    // What the nearest volume at or above a node holds, in the node's own space.
+    std::vector<kxAABox> held(graph.getCount());
     uint32_t count = 0;
-    auto enter = [&](kxNode* node, kxAABox above)
+    for (uint32_t i = graph.getCount(); i-- > 0;)
     {
-        if (std::exchange(seen[node], true))
-            return;
-        const kxBoundingVolume* volume = node->_boundingVolume;
-        const uint8_t kind = kindOf(node);
-        if (kind & TRANSFORM && !above.isEmpty())
+        if (i >= kNodesAhead)
+            prefetchTransform(graph.getNode(i - kNodesAhead));
+        if (i >= kPartsAhead)
+        {
+            prefetchObject(graph.getNode(i - kPartsAhead)->_boundingVolume);
+            prefetchObject(graph.getNode(i - kPartsAhead)->_parentList);
+        }
+        kxNode* node = graph.getNode(i);
+        const uint32_t parent = graph.getFirstParent(i);
+        kxAABox& above = held[i];
+        if (parent != kxFlatGraph::kNone)
+            above = held[parent];
+        if (kindOf(node) & TRANSFORM && !above.isEmpty())
         {
             const kxMatrix44f& matrix = static_cast<const kxTransform*>(node)->getMatrix();
             above = matrix.determinant() == 0 ? kxAABox() : transformBox(above, matrix.inverse());
         }
-        if (volume && node != root && !above.isEmpty() && holds(volume->_box, above) && node->getParentCount() < 2)
+        const kxBoundingVolume* volume = node->_boundingVolume;
+        if (volume && parent != kxFlatGraph::kNone && !above.isEmpty() && holds(volume->_box, above) &&
+            node->getParentCount() < 2)
         {
             node->_boundingVolume = nullptr;
             ++count;
         }
         else if (volume)
             above = volume->_box;
-        const auto* group = kind & GROUP ? static_cast<const kxGroup*>(node) : nullptr;
-        if (group && group->getChildCount() > 0)
-            steps.push_back({group, 0, above});
-    };
-    if (root)
-        enter(root, kxAABox());
-    while (!steps.empty())
-    {
-        Step& step = steps.back();
-        if (step.next == step.group->getChildCount())
-            steps.pop_back();
-        else if (kxNode* child = step.group->getChild(step.next++))
-            enter(child, step.above);
     }
     return count;
 }

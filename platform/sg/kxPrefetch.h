@@ -1,0 +1,56 @@
+// Asking memory ahead.
+#pragma once
+
+#include "platform/sg/kxGroup.h"
+
+namespace Kel::Sg
+{
+
+/// Starts to fetch an object, of which mostly the first 128 bytes are looked at; null is no fault. Large graphs do not fit into
+/// the caches, and what is asked for ahead arrives together.
+inline void prefetchObject(const kxObject* object)
+{
+    if (!object) // no page stands there, and the processor would look for it each time
+        return;
+    __builtin_prefetch(object);
+    __builtin_prefetch(reinterpret_cast<const char*>(object) + 64);
+}
+
+/// Number of siblings from which `prefetchBranches` is worth its own cost.
+constexpr uint32_t kWideCount = 64;
+
+/// For a walk over many siblings, once for each of them: children of a wide group tend to have few nodes below them, each
+/// somewhere else in memory, so their first branches are asked for link by link, each link when the one before it has had time
+/// to arrive. `nodeAhead(n)` gives the sibling n steps ahead, null when there is none; `arrived(node)` is called for the nodes
+/// of those branches some steps before the walk comes to them, with the node itself already near.
+template <class At, class F>
+void prefetchBranches(At nodeAhead, F arrived)
+{
+    constexpr uint32_t kLinksAhead = 6;
+    constexpr uint32_t kSiblingsPerLink = 2;
+    for (uint32_t link = 0; link < kLinksAhead; ++link)
+    {
+        // Links are in turn a node and its list of children.
+        const kxNode* node = nodeAhead((kLinksAhead - link) * kSiblingsPerLink);
+        const kxNodeList* list = nullptr;
+        for (uint32_t step = 0; node && step < link; ++step)
+            if (step % 2 == 0)
+            {
+                const auto* group = kxCast<kxGroup>(node);
+                list = group ? group->_childList.get() : nullptr;
+                if (step + 1 == link)
+                    arrived(node);
+                node = list ? node : nullptr;
+            }
+            else
+                node = list->isEmpty() ? nullptr : list->get(0);
+        if (!node)
+            continue;
+        if (link % 2 == 0)
+            prefetchObject(node);
+        else
+            prefetchObject(list);
+    }
+}
+
+} // namespace Kel::Sg
