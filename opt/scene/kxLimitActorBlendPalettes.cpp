@@ -216,7 +216,7 @@ kxLimitActorBlendPalettes::Geometries kxLimitActorBlendPalettes::splitGeometry(c
         kxPrimitives primitives;
         std::vector<Palette> palettes;
         kxVertexPool pool(*data);
-        if (!pool.isUsable() || !arrays.isUsable(*data) || !primitives.read(*data) ||
+        if (!kxVertexPool::isUsable(*data) || !arrays.isUsable(*data) || !primitives.read(*data) ||
             (!fits && !fillPalettes(primitives, arrays, limit, palettes)))
             return {};
         if (fits)

@@ -352,7 +352,7 @@ bool kxSpatialPartition::distribute(kxGroup* group, Items& items, std::vector<Ce
         auto* geometry = item.mayBeCut ? static_cast<kxGeometry*>(item.node.get()) : nullptr;
         const auto holdsAll = [&](const Cell& cell) { return isWithin(item.box, cell.box); };
         if (geometry && isLarge(geometry) && std::none_of(cells.begin(), cells.end(), holdsAll) &&
-            !findObstacle(geometry) && m_cutter.open(geometry))
+            !findObstacle(geometry) && m_cutter.open(geometry, m_boxes))
         {
             // Pieces come behind what was found for the cells so far.
             for (size_t k = 0; k < i; ++k)

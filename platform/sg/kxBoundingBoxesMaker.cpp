@@ -61,6 +61,8 @@ public:
     {
     }
     int64_t getCount() const { return m_array ? m_array->_count : 0; }
+    const kxVertexArray* getArray() const { return m_array; }
+    bool isPlain() const { return m_isFloat; }
     kxVec3f get(int64_t index) const
     {
         kxVec3f point;
@@ -77,26 +79,52 @@ private:
     bool m_isFloat;
 };
 
+// Calls back with each index that names a vertex.
 template <class T, class F>
-void forEachIndexAs(const kxVertexArray& indices, F& callback)
+void forEachIndexAs(const kxVertexArray& indices, uint32_t vertexCount, F& callback)
 {
-    for (int64_t i = 0; i < indices._count; ++i)
+    const uint8_t* at = indices._count > 0 ? indices.getElement(0) : nullptr;
+    for (int64_t i = 0; i < indices._count; ++i, at += indices._stride)
     {
         T index;
-        std::memcpy(&index, indices.getElement(i), sizeof index);
-        callback(index);
+        std::memcpy(&index, at, sizeof index);
+        if (index < vertexCount)
+            callback(index);
     }
 }
 
 template <class F>
-void forEachIndex(const kxVertexArray& indices, F callback)
+void forEachIndex(const kxVertexArray& indices, int64_t vertexCount, F callback)
 {
+    const auto limit = static_cast<uint32_t>(std::min<int64_t>(vertexCount, UINT32_MAX));
     switch (componentBytes(indices._componentType))
     {
-    case 1: return forEachIndexAs<uint8_t>(indices, callback);
-    case 2: return forEachIndexAs<uint16_t>(indices, callback);
-    default: return forEachIndexAs<uint32_t>(indices, callback);
+    case 1: return forEachIndexAs<uint8_t>(indices, limit, callback);
+    case 2: return forEachIndexAs<uint16_t>(indices, limit, callback);
+    default: return forEachIndexAs<uint32_t>(indices, limit, callback);
     }
+}
+
+// The same as below for plain numbers that nothing moves: most geometry, and a loop without a question.
+kxAABox boxOfPlainVertices(const kxVertexArray& positions, const kxVertexArray* indices)
+{
+    kxAABox box;
+    if (positions._count == 0)
+        return box;
+    const uint8_t* first = positions.getElement(0);
+    const int64_t stride = positions._stride;
+    auto add = [&](int64_t vertex)
+    {
+        kxVec3f point;
+        std::memcpy(&point.x, first + vertex * stride, sizeof point);
+        extend(box, point);
+    };
+    if (indices)
+        forEachIndex(*indices, positions._count, add);
+    else
+        for (int64_t i = 0; i < positions._count; ++i)
+            add(i);
+    return box;
 }
 
 kxAABox boxOfVertices(const kxGeometryAttr& attr)
@@ -111,6 +139,8 @@ kxAABox boxOfVertices(const kxGeometryAttr& attr)
                 if (array && array->_semantic == kPosition)
                     displacements.emplace_back(array);
 
+    if (positions.isPlain() && displacements.empty())
+        return boxOfPlainVertices(*positions.getArray(), attr._indices);
     const int64_t vertexCount = positions.getCount();
     auto add = [&](int64_t vertex)
     {
@@ -131,12 +161,7 @@ kxAABox boxOfVertices(const kxGeometryAttr& attr)
         for (int64_t i = 0; i < vertexCount; ++i)
             add(i);
     else
-        forEachIndex(*attr._indices,
-                     [&](uint32_t vertex)
-                     {
-                         if (vertex < vertexCount)
-                             add(vertex);
-                     });
+        forEachIndex(*attr._indices, vertexCount, add);
     return box;
 }
 
@@ -225,6 +250,13 @@ const kxAABox& kxBoundingBoxesMaker::getBox(const kxGeometryAttr* attr)
         entry.state = KNOWN;
     }
     return entry.box;
+}
+
+void kxBoundingBoxesMaker::setBox(const kxGeometryAttr* attr, const kxAABox& box)
+{
+    Entry& entry = m_boxes[attr];
+    entry.box = box;
+    entry.state = KNOWN;
 }
 
 const kxAABox& kxBoundingBoxesMaker::getBox(kxNode* node)

@@ -49,6 +49,9 @@ class kxBoundingBoxesMaker : public kxObject
     /// Box of drawn vertices.
     const kxAABox& getBox(const kxGeometryAttr* attr);
 
+    /// Takes the word of somebody who knows the box of vertex data already.
+    void setBox(const kxGeometryAttr* attr, const kxAABox& box);
+
     /// Forgets all boxes.
     void forget() { m_boxes.clear(); }
     /// Forgets the box of one node or vertex data; those above and below stay as they are.
