@@ -95,6 +95,7 @@ private:
     bool cutIntoCells(kxGeometry* geometry, std::vector<Cell>& cells, bool& isSplit);
     void dissolveOnlyCell(kxGroup* group, std::vector<Cell>& cells);
     void flush(kxGroup* group);
+    static void append(kxGroup* group, const Items& items);
 
     kxSmartPointer<kxBoundingBoxesMaker> m_boxes; // while graphs are walked
     kxTSerialMap<float> m_growth;                 // of pieces: triangles that their line of cuts has made of one

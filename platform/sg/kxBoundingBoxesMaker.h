@@ -52,6 +52,9 @@ class kxBoundingBoxesMaker : public kxObject
     /// Takes the word of somebody who knows the box of vertex data already.
     void setBox(const kxGeometryAttr* attr, const kxAABox& box);
 
+    /// Starts to fetch what `getBox` will look up.
+    void prefetchBox(const kxNode* node) { __builtin_prefetch(&m_boxes[node]); }
+
     /// Forgets all boxes.
     void forget() { m_boxes.clear(); }
     /// Forgets the box of one node or vertex data; those above and below stay as they are.
