@@ -5,10 +5,19 @@
 
 #include <algorithm>
 #include <bit>
+#include <cmath>
 #include <utility>
 
 namespace Kel::Opt
 {
+
+namespace
+{
+
+// Of coordinates: what lies between two of them, and its square, shall be numbers too.
+constexpr float kFarthest = 1e18f;
+
+} // namespace
 
 const char* kxGeometryCutter::findObstacle(const kxGeometry* geometry)
 {
@@ -63,9 +72,13 @@ bool kxGeometryCutter::Part::open(kxGeometryAttr* attr)
 {
     if (!kxVertexPool::isUsable(*attr) || !left.read(*attr))
         return false;
-    source = attr;
     pool.reset(*attr);
     pool.readPositions();
+    for (uint32_t i = 0; i < pool.getCount(); ++i)
+        for (int axis = 0; axis < 3; ++axis)
+            if (!(std::abs(pool.getPosition(i)[axis]) <= kFarthest))
+                return false;
+    source = attr;
     wholeSize = left.vertices.size();
     touched = false;
     crossings.clear();

@@ -26,8 +26,9 @@ public:
     /// vertices that move by bones or morph targets, or draws other things beside its vertex data.
     static const char* findObstacle(const kxGeometry* geometry);
 
-    /// Prepares a geometry that has no obstacle. False when its data are broken; it stays as it is. `boxes` may be null; it is
-    /// told the boxes of the pieces, which are found on the way.
+    /// Prepares a geometry that has no obstacle. False when its data are broken: indices that name no vertex, positions that
+    /// are no numbers or too large to calculate with; it stays as it is. `boxes` may be null; it is told the boxes of the
+    /// pieces, which are found on the way.
     bool open(kxGeometry* geometry, kxBoundingBoxesMaker* boxes = nullptr);
     kxGeometry* getGeometry() const { return m_geometry; }
     /// The part within a box; null when there is none. The geometry itself stays as it was until `close`.

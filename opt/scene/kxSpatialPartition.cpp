@@ -74,7 +74,34 @@ bool kxSpatialPartition::apply(kxSmartPointer<kxNode>& root)
     m_isWalking = false;
     m_boxes = nullptr;
     m_growth.clear();
+    m_ways.clear();
     return !isCancelled(*this);
+}
+
+// True for what lies below an instance array on any way, also from other scenes: an array repeats no groups of pieces in the
+// formats that have one. Each node above is looked at once in a run.
+bool kxSpatialPartition::isInstanced(const kxNode* node)
+{
+    struct Step
+    {
+        const kxNode* node;
+        uint32_t next;
+    };
+    std::vector<Step> way{{node, 0}};
+    while (!way.empty() && m_ways.get(way.back().node) != INSTANCED)
+    {
+        Step& step = way.back();
+        if (step.node->isOfType(kxInstanceArray::staticMetaObject()))
+            break;
+        m_ways[step.node] = PLAIN;
+        if (step.next == step.node->getParentCount())
+            way.pop_back();
+        else if (const kxNode* parent = step.node->getParent(step.next++); m_ways.get(parent) != PLAIN)
+            way.push_back({parent, 0});
+    }
+    for (const Step& step : way)
+        m_ways[step.node] = INSTANCED;
+    return !way.empty();
 }
 
 // With a stack of its own: graphs may be deeper than the program's stack. A node with several parents is entered again only
@@ -194,6 +221,8 @@ const char* kxSpatialPartition::findObstacle(kxGeometry* geometry)
 {
     if (isLocked(*this, geometry))
         return "locked geometry is not cut";
+    if (isInstanced(geometry))
+        return "drawn many times by an instance array";
     if (m_growth.get(geometry) >= kMaxGrowth)
         return "geometry would grow by more cuts";
     return kxGeometryCutter::findObstacle(geometry);
@@ -214,6 +243,8 @@ bool kxSpatialPartition::partition(kxSmartPointer<kxGroup>& group)
         const char* obstacle = findObstacle(geometry);
         if (!obstacle && !isUsable(m_boxes->getBox(geometry)))
             obstacle = "geometry without extent is not cut";
+        if (!obstacle && !m_cutter.open(geometry, m_boxes))
+            obstacle = "geometry with broken vertex data is not cut";
         if (obstacle)
         {
             refuse(obstacle, geometry);
@@ -264,6 +295,8 @@ bool kxSpatialPartition::partition(kxSmartPointer<kxGroup>& group)
     if (!canBeSorted)
         return false;
 
+    if (created)
+        m_cutter.close(); // of a geometry that no wall has met
     if (created && group->getChildCount() == 1)
     {
         const kxSmartPointer<kxNode> only = group->getChild(0u);
@@ -371,7 +404,7 @@ bool kxSpatialPartition::distribute(kxGroup* group, Items& items, std::vector<Ce
         auto* geometry = item.mayBeCut ? static_cast<kxGeometry*>(item.node.get()) : nullptr;
         const auto holdsAll = [&](const Cell& cell) { return isWithin(item.box, cell.box); };
         if (geometry && isLarge(geometry) && std::none_of(cells.begin(), cells.end(), holdsAll) &&
-            !findObstacle(geometry) && m_cutter.open(geometry, m_boxes))
+            !findObstacle(geometry) && (m_cutter.getGeometry() == geometry || m_cutter.open(geometry, m_boxes)))
         {
             // Pieces come behind what was found for the cells so far.
             for (size_t k = 0; k < i; ++k)

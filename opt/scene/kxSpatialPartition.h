@@ -30,7 +30,7 @@ const kxMetaEnum& kxMetaEnumOf(kxPartitionType);
 /// that triangles as large as the whole do not multiply without end.
 ///
 /// Leaves alone: what is below a locked node; children of switches, levels of detail and meshes; what an instance array draws
-/// many times. Is not cut: what `kxGeometryCutter::findObstacle` says, and locked geometry.
+/// many times. Is not cut: what `kxGeometryCutter` says, locked geometry, and what an instance array draws too.
 ///
 /// Cost: for each level of the tree one look at each node and, where geometry is cut, at each triangle.
 class kxSpatialPartition : public kxOptBase
@@ -78,6 +78,12 @@ private:
         uint32_t index; ///< among the children of a group that has them already
     };
     using Items = std::vector<Item>;
+    enum Way : uint8_t
+    {
+        UNKNOWN,
+        PLAIN, ///< or still being looked at
+        INSTANCED
+    };
     struct Cell
     {
         kxAABox box;
@@ -85,6 +91,7 @@ private:
         Items items;
     };
 
+    bool isInstanced(const kxNode* node);
     void recurse(kxSmartPointer<kxNode>& node, int level);
     bool isLarge(const kxGeometry* geometry) const;
     const char* findObstacle(kxGeometry* geometry);
@@ -99,6 +106,7 @@ private:
 
     kxSmartPointer<kxBoundingBoxesMaker> m_boxes; // while graphs are walked
     kxTSerialMap<float> m_growth;                 // of pieces: triangles that their line of cuts has made of one
+    kxTSerialMap<Way> m_ways;                     // of nodes from roots, where they were asked for
     std::map<uint32_t, std::pair<kxSmartPointer<kxGroup>, Items>>
         m_pending; // children of new cells, by serial of the cell
     bool m_isWalking = false;

@@ -2,6 +2,8 @@
 
 #include "opt/verify/kxPictureComparison.h"
 #include "platform/core/kxReport.h"
+#include "platform/sg/kxInstanceArray.h"
+#include "platform/sg/kxMesh.h"
 #include "platform/sg/kxTransform.h"
 #include "tests/opt/scene/sheetGeometry.h"
 #include "tests/opt/testRun.h"
@@ -9,6 +11,7 @@
 #include "tests/support/kxRandomScene.h"
 
 #include <algorithm>
+#include <limits>
 #include <set>
 
 namespace Kel::Opt
@@ -370,7 +373,12 @@ TEST(kxSpatialPartition, LeavesUncuttableGeometryWhole)
         const char* reason;
         std::function<void(kxGeometry*)> change;
     };
+    auto setPosition = [](kxGeometry* g, float value)
+    { std::memcpy(g->getGeometryAttr()->_arrays->get(0)->_data->getWritableData(), &value, sizeof value); };
     const Row rows[] = {
+        {"geometry with broken vertex data is not cut",
+         [&](kxGeometry* g) { setPosition(g, std::numeric_limits<float>::quiet_NaN()); }},
+        {"geometry with broken vertex data is not cut", [&](kxGeometry* g) { setPosition(g, 1e38f); }},
         {"geometry with children is not cut", [](kxGeometry* g) { g->appendChild(kxNew<kxGroup>()); }},
         {"geometry with morph targets is not cut",
          [](kxGeometry* g) { g->getGeometryAttr()->_morphTargets->append(kxNew<kxMorphTarget>()); }},
@@ -412,6 +420,26 @@ TEST(kxSpatialPartition, LeavesUncuttableGeometryWhole)
     const auto* first = kxCast<kxGroup>(root->getChild(0u));
     EXPECT_EQ(first->getChild(0u), kxCast<kxGroup>(root->getChild(1u))->getChild(0u));
     EXPECT_EQ(first->getChild(0u)->getName().str(), "SpatialPartition");
+}
+
+// An instance array in a file repeats a mesh, not the groups of its pieces: what one draws, in whatever scene, stays whole for
+// all who draw it.
+TEST(kxSpatialPartition, LeavesInstancedGeometryWhole)
+{
+    const auto mesh = kxNew<kxMesh>();
+    mesh->appendChild(makeGeometry(makeSheet(8, kxPrimitiveMode::TRIANGLES)));
+    const auto array = kxNew<kxInstanceArray>();
+    const auto root = kxNew<kxGroup>(), other = kxNew<kxGroup>();
+    for (kxGroup* parent : {root.get(), static_cast<kxGroup*>(array.get())})
+        parent->appendChild(mesh);
+    other->appendChild(array);
+    for (const auto& top : {root, other})
+    {
+        TestScene scene(top);
+        const RunResult result = runOptimization(scene, "kxSpatialPartition", {{"splitGeometry", "true"}});
+        EXPECT_TRUE(kxCast<kxGeometry>(mesh->getChild(0u)));
+        EXPECT_EQ(result.refusals.at("drawn many times by an instance array"), 1);
+    }
 }
 
 // Triangles as large as the whole cannot be cut into less: they may grow by a few times, not without end.
