@@ -73,35 +73,8 @@ bool kxSpatialPartition::apply(kxSmartPointer<kxNode>& root)
     recurse(root, 0);
     m_isWalking = false;
     m_boxes = nullptr;
-    m_growth.clear();
-    m_ways.clear();
+    m_instanced.clear(); // `m_growth` stays: other scenes of the file may share pieces
     return !isCancelled(*this);
-}
-
-// True for what lies below an instance array on any way, also from other scenes: an array repeats no groups of pieces in the
-// formats that have one. Each node above is looked at once in a run.
-bool kxSpatialPartition::isInstanced(const kxNode* node)
-{
-    struct Step
-    {
-        const kxNode* node;
-        uint32_t next;
-    };
-    std::vector<Step> way{{node, 0}};
-    while (!way.empty() && m_ways.get(way.back().node) != INSTANCED)
-    {
-        Step& step = way.back();
-        if (step.node->isOfType(kxInstanceArray::staticMetaObject()))
-            break;
-        m_ways[step.node] = PLAIN;
-        if (step.next == step.node->getParentCount())
-            way.pop_back();
-        else if (const kxNode* parent = step.node->getParent(step.next++); m_ways.get(parent) != PLAIN)
-            way.push_back({parent, 0});
-    }
-    for (const Step& step : way)
-        m_ways[step.node] = INSTANCED;
-    return !way.empty();
 }
 
 // With a stack of its own: graphs may be deeper than the program's stack. A node with several parents is entered again only
@@ -221,8 +194,8 @@ const char* kxSpatialPartition::findObstacle(kxGeometry* geometry)
 {
     if (isLocked(*this, geometry))
         return "locked geometry is not cut";
-    if (isInstanced(geometry))
-        return "drawn many times by an instance array";
+    if (m_instanced.isBelowArray(geometry))
+        return "drawn many times by an instance array"; // files repeat meshes, not the groups of pieces
     if (m_growth.get(geometry) >= kMaxGrowth)
         return "geometry would grow by more cuts";
     return kxGeometryCutter::findObstacle(geometry);

@@ -3,6 +3,7 @@
 
 #include "opt/framework/kxOptBase.h"
 #include "opt/scene/kxGeometryCutter.h"
+#include "opt/scene/kxInstancedNodes.h"
 #include "platform/sg/kxBoundingBoxesMaker.h"
 
 #include <map>
@@ -78,12 +79,6 @@ private:
         uint32_t index; ///< among the children of a group that has them already
     };
     using Items = std::vector<Item>;
-    enum Way : uint8_t
-    {
-        UNKNOWN,
-        PLAIN, ///< or still being looked at
-        INSTANCED
-    };
     struct Cell
     {
         kxAABox box;
@@ -91,7 +86,6 @@ private:
         Items items;
     };
 
-    bool isInstanced(const kxNode* node);
     void recurse(kxSmartPointer<kxNode>& node, int level);
     bool isLarge(const kxGeometry* geometry) const;
     const char* findObstacle(kxGeometry* geometry);
@@ -106,7 +100,7 @@ private:
 
     kxSmartPointer<kxBoundingBoxesMaker> m_boxes; // while graphs are walked
     kxTSerialMap<float> m_growth;                 // of pieces: triangles that their line of cuts has made of one
-    kxTSerialMap<Way> m_ways;                     // of nodes from roots, where they were asked for
+    kxInstancedNodes m_instanced;
     std::map<uint32_t, std::pair<kxSmartPointer<kxGroup>, Items>>
         m_pending; // children of new cells, by serial of the cell
     bool m_isWalking = false;
