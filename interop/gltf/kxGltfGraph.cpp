@@ -1,6 +1,7 @@
 #include "interop/gltf/kxGltfGraph.h"
 
 #include "platform/attrs/kxGeometrySetAttr.h"
+#include "platform/sg/kxCompiledGraph.h"
 #include "platform/sg/kxJoint.h"
 #include "platform/sg/kxOverrideAttrSet.h"
 #include "platform/sg/kxTransform.h"
@@ -544,6 +545,15 @@ bool kxGltfGraph::addBelow(const kxNode* root)
 bool kxGltfGraph::addScene(const kxSceneInfo* info, const kxNode* root, kxStringRef name)
 {
     scenes.push_back({info, name, {}});
+    // One at the top says how to draw the scene. As a node it would be a parent, and of what several scenes have as their
+    // roots there is one node only as long as it has none.
+    for (; root && root->isOfType(kxCompiledGraph::staticMetaObject());
+         root = static_cast<const kxGroup*>(root)->getChild(0u))
+    {
+        if (static_cast<const kxGroup*>(root)->getChildCount() != 1)
+            break;
+        warnOfType(root, "has no counterpart in glTF and is not written");
+    }
     if (!root)
         return true;
     m_inScene = true;

@@ -40,17 +40,18 @@ bool kxCreateBoundingBoxes::apply(kxSmartPointer<kxNode>& root)
     maker->setCreationMemoryPool(getCreationMemoryPool());
     if (isCancelled(*this))
         return false;
+    const kxFlatGraph graph(root);
     if (_removeOldVolumes)
-        count("volumes removed", maker->removeAll(root));
+        count("volumes removed", maker->removeAll(graph));
     if (isCancelled(*this))
         return false;
     if (_createNewVolumes)
     {
-        count("volumes made", maker->apply(root));
+        count("volumes made", maker->apply(graph));
         if (isCancelled(*this))
             return false;
         if (_optimize)
-            count("volumes dropped that reject nothing", maker->optimize(root));
+            count("volumes dropped that reject nothing", maker->optimize(graph));
     }
     return true;
 }

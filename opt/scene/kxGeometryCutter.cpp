@@ -5,10 +5,19 @@
 
 #include <algorithm>
 #include <bit>
+#include <cmath>
 #include <utility>
 
 namespace Kel::Opt
 {
+
+namespace
+{
+
+// Of coordinates: what lies between two of them, and its square, shall be numbers too.
+constexpr float kFarthest = 1e18f;
+
+} // namespace
 
 const char* kxGeometryCutter::findObstacle(const kxGeometry* geometry)
 {
@@ -31,55 +40,64 @@ const char* kxGeometryCutter::findObstacle(const kxGeometry* geometry)
             continue;
         if (!data->_morphTargets->isEmpty())
             return "geometry with morph targets is not cut";
-        if (!kxVertexPool(*data).isUsable())
+        if (!kxVertexPool::isUsable(*data))
             return "geometry without usable positions is not cut";
     }
     return nullptr;
 }
 
-bool kxGeometryCutter::open(kxGeometry* geometry)
+bool kxGeometryCutter::open(kxGeometry* geometry, kxBoundingBoxesMaker* boxes)
 {
     m_geometry = geometry;
-    m_parts.clear();
+    m_boxes = boxes;
+    m_partCount = 0;
     for (kxAttr* attr : *geometry->getAttrs())
     {
         auto* data = kxCast<kxGeometryAttr>(attr);
         if (!data)
             continue;
-        Part& part = *m_parts.emplace_back(std::make_unique<Part>(data));
-        if (!part.pool.isUsable() || !part.left.read(*data))
+        if (m_partCount == m_parts.size())
+            m_parts.push_back(std::make_unique<Part>());
+        if (!m_parts[m_partCount++]->open(data))
         {
             m_geometry = nullptr;
-            m_parts.clear();
+            m_partCount = 0;
             return false;
         }
-        part.pool.readPositions();
-        part.wholeSize = part.left.vertices.size();
     }
+    return true;
+}
+
+bool kxGeometryCutter::Part::open(kxGeometryAttr* attr)
+{
+    if (!kxVertexPool::isUsable(*attr) || !left.read(*attr))
+        return false;
+    pool.reset(*attr);
+    pool.readPositions();
+    for (uint32_t i = 0; i < pool.getCount(); ++i)
+        for (int axis = 0; axis < 3; ++axis)
+            if (!(std::abs(pool.getPosition(i)[axis]) <= kFarthest))
+                return false;
+    source = attr;
+    wholeSize = left.vertices.size();
+    touched = false;
+    crossings.clear();
     return true;
 }
 
 bool kxGeometryCutter::isEmpty() const
 {
-    return std::all_of(m_parts.begin(), m_parts.end(), [](const auto& part) { return part->left.vertices.empty(); });
-}
-
-size_t kxGeometryCutter::getTriangleCount() const
-{
-    size_t count = 0;
-    for (const auto& part : m_parts)
-        if (part->left.size == 3)
-            count += part->left.getCount();
-    return count;
+    return std::all_of(m_parts.begin(), m_parts.begin() + static_cast<ptrdiff_t>(m_partCount),
+                       [](const auto& part) { return part->left.vertices.empty(); });
 }
 
 kxSmartPointer<kxGeometry> kxGeometryCutter::take(const kxAABox& box, kxMemoryPool& pool)
 {
     std::vector<kxSmartPointer<kxGeometryAttr>> pieces;
     bool found = false;
-    for (const auto& part : m_parts)
+    for (size_t i = 0; i < m_partCount; ++i)
     {
-        pieces.push_back(takePart(*part, box));
+        pieces.push_back(takePart(*m_parts[i], box));
         found |= pieces.back() != nullptr;
     }
     if (!found)
@@ -98,44 +116,81 @@ kxSmartPointer<kxGeometry> kxGeometryCutter::take(const kxAABox& box, kxMemoryPo
     return piece;
 }
 
-kxSmartPointer<kxGeometryAttr> kxGeometryCutter::takePart(Part& part, const kxAABox& box)
+// On which sides of a box's walls each vertex is: most primitives need no more to be sorted.
+void kxGeometryCutter::findSides(const kxVertexPool& pool, const kxAABox& box)
 {
+    m_sides.resize(pool.getCount());
+    for (uint32_t i = 0; i < pool.getCount(); ++i)
+    {
+        const kxVec3f& at = pool.getPosition(i);
+        uint32_t sides = 0;
+        for (int axis = 0; axis < 3; ++axis)
+            sides |= (uint32_t(at[axis] < box.min[axis]) | uint32_t(at[axis] > box.max[axis]) << 3 |
+                      uint32_t(at[axis] <= box.min[axis]) << 6 | uint32_t(at[axis] >= box.max[axis]) << 9)
+                     << axis;
+        m_sides[i] = static_cast<uint16_t>(sides);
+    }
+}
+
+template <uint32_t size>
+bool kxGeometryCutter::takePrimitives(Part& part, const kxAABox& box)
+{
+    constexpr uint32_t kBeyond =
+        0x3f; // below the lower walls and above the upper ones; from bit 6 on, on them or beyond
     const std::vector<uint32_t>& vertices = part.left.vertices;
-    const uint32_t size = part.left.size;
-    m_taken.size = size;
-    m_taken.vertices.clear();
-    m_kept.clear();
     bool cut = false;
+    const auto append = [](std::vector<uint32_t>& target, const uint32_t* corners)
+    {
+        for (uint32_t c = 0; c < size; ++c)
+            target.push_back(corners[c]);
+    };
     for (size_t i = 0; i + size <= vertices.size(); i += size)
     {
-        // Outside: beyond a wall with all of its vertices, or at most touching it.
-        bool isInside = true, isOutside = false;
-        for (int axis = 0; axis < 3 && !isOutside; ++axis)
+        uint32_t any = 0, all = UINT32_MAX;
+        for (uint32_t c = 0; c < size; ++c)
         {
-            float low = part.pool.getPosition(vertices[i])[axis], high = low;
-            for (uint32_t c = 1; c < size; ++c)
-            {
-                const float at = part.pool.getPosition(vertices[i + c])[axis];
-                low = at < low ? at : low;
-                high = at > high ? at : high;
-            }
-            isInside &= !(low < box.min[axis]) && !(high > box.max[axis]);
-            isOutside =
-                (low < box.min[axis] && high <= box.min[axis]) || (high > box.max[axis] && low >= box.max[axis]);
+            const uint32_t sides = m_sides[vertices[i + c]];
+            any |= sides;
+            all &= sides;
         }
-        if (isInside && !isOutside)
-            m_taken.vertices.insert(m_taken.vertices.end(), &vertices[i], &vertices[i] + size);
+        // Outside: beyond a wall with some of its vertices, and at most touching it with the others.
+        const bool isInside = (any & kBeyond) == 0, isOutside = (any & all >> 6 & kBeyond) != 0;
+        if (isInside)
+            append(m_taken.vertices, &vertices[i]);
         else if (isOutside || size == 1 || !cutPrimitive(part, box, &vertices[i]))
-            m_kept.insert(m_kept.end(), &vertices[i], &vertices[i] + size);
+            append(m_kept, &vertices[i]);
         else
             cut = true;
     }
+    return cut;
+}
+
+kxSmartPointer<kxGeometryAttr> kxGeometryCutter::takePart(Part& part, const kxAABox& box)
+{
+    const size_t leftSize = part.left.vertices.size();
+    m_taken.size = part.left.size;
+    m_taken.vertices.clear();
+    m_taken.vertices.reserve(leftSize);
+    m_kept.clear();
+    m_kept.reserve(leftSize);
+    findSides(part.pool, box);
+    const bool cut = part.left.size == 3   ? takePrimitives<3>(part, box)
+                     : part.left.size == 2 ? takePrimitives<2>(part, box)
+                                           : takePrimitives<1>(part, box);
     if (m_taken.vertices.empty())
         return nullptr;
     const bool isWhole = !cut && !part.touched && m_taken.vertices.size() == part.wholeSize;
     part.touched = true;
     part.left.vertices.swap(m_kept);
-    return isWhole ? part.source : part.pool.build(m_taken);
+    return isWhole ? part.source : build(part, m_taken);
+}
+
+kxSmartPointer<kxGeometryAttr> kxGeometryCutter::build(Part& part, const kxPrimitives& primitives)
+{
+    const kxSmartPointer<kxGeometryAttr> piece = part.pool.build(primitives);
+    if (m_boxes)
+        m_boxes->setBox(piece, part.pool.findBuiltBox());
+    return piece;
 }
 
 // Cuts off what lies beyond each wall in turn: x before y before z, the same for all boxes, because an edge that two walls
@@ -220,12 +275,18 @@ kxGeometryCutter::Crossings::Slot& kxGeometryCutter::Crossings::slotOf(uint64_t 
     return m_slots[at];
 }
 
+void kxGeometryCutter::Crossings::clear()
+{
+    m_slots.clear();
+    m_used = 0;
+}
+
 uint32_t& kxGeometryCutter::Crossings::find(uint64_t ends, uint64_t wall)
 {
     if (m_used * 2 >= m_slots.size())
     {
-        const std::vector<Slot> old =
-            std::exchange(m_slots, std::vector<Slot>(std::max<size_t>(64, m_slots.size() * 4)));
+        const std::vector<Slot> old = m_slots;
+        m_slots.assign(std::max<size_t>(64, old.size() * 4), {});
         for (const Slot& slot : old)
             if (slot.ends != 0)
                 slotOf(slot.ends, slot.wall) = slot;
@@ -266,10 +327,12 @@ void kxGeometryCutter::close()
             continue;
         }
         if (part.touched)
-            m_geometry->getAttrs()->set(i, part.pool.build(part.left));
+            m_geometry->getAttrs()->set(i, build(part, part.left));
         ++i;
     }
-    m_parts.clear();
+    for (size_t i = 0; i < m_partCount; ++i)
+        m_parts[i]->source = nullptr;
+    m_partCount = 0;
     m_geometry = nullptr;
 }
 

@@ -6,6 +6,7 @@
 #include "platform/core/kxReport.h"
 #include "platform/core/kxTSerialMap.h"
 #include "platform/sg/kxActor.h"
+#include "platform/sg/kxMesh.h"
 
 #include <algorithm>
 #include <bit>
@@ -102,9 +103,10 @@ public:
     bool isUsable(const kxGeometryAttr& attr) const
     {
         for (const auto& [joints, weights] : m_pairs)
-            if (joints->_matrix || joints->_componentType == kxComponentType::FLOAT32 || joints->_normalized ||
-                joints->_componentType == kxComponentType::UINT32 || (weights && weights->_count != joints->_count) ||
-                joints->_count != attr._arrays->get(0)->_count)
+            if (joints->_matrix || joints->_normalized ||
+                (joints->_componentType != kxComponentType::UINT8 &&
+                 joints->_componentType != kxComponentType::UINT16) ||
+                (weights && weights->_count != joints->_count) || joints->_count != attr._arrays->get(0)->_count)
                 return false;
         return true;
     }
@@ -216,7 +218,7 @@ kxLimitActorBlendPalettes::Geometries kxLimitActorBlendPalettes::splitGeometry(c
         kxPrimitives primitives;
         std::vector<Palette> palettes;
         kxVertexPool pool(*data);
-        if (!pool.isUsable() || !arrays.isUsable(*data) || !primitives.read(*data) ||
+        if (!kxVertexPool::isUsable(*data) || !arrays.isUsable(*data) || !primitives.read(*data) ||
             (!fits && !fillPalettes(primitives, arrays, limit, palettes)))
             return {};
         if (fits)
@@ -248,6 +250,42 @@ bool kxLimitActorBlendPalettes::seperateGeometry(kxGeometry* geometry, kxGroup* 
     for (const kxSmartPointer<kxGeometry>& piece : pieces)
         parent->appendChild(piece);
     return true;
+}
+
+bool kxLimitActorBlendPalettes::isPlaceChosen(const kxGroup* group)
+{
+    return group->isChildOrderSignificant() && !group->isOfType(kxMesh::staticMetaObject());
+}
+
+// Puts the parts in the geometry's place below all its parents. Where the place says when to draw, one group takes it.
+void kxLimitActorBlendPalettes::replace(kxGeometry* geometry, const Geometries& pieces)
+{
+    kxSmartPointer<kxGroup> together;
+    std::vector<kxSmartPointer<kxGroup>> parents;
+    for (uint32_t i = 0; i < geometry->getParentCount(); ++i)
+        parents.emplace_back(geometry->getParent(i));
+    for (const kxSmartPointer<kxGroup>& parent : parents)
+    {
+        const int index = parent->getChild(geometry);
+        if (index < 0) // links that nobody has repaired
+            continue;
+        auto at = static_cast<uint32_t>(index);
+        if (isPlaceChosen(parent) && pieces.size() > 1)
+        {
+            if (!together)
+            {
+                together = kxNew<kxGroup>();
+                together->setName(geometry->getName());
+                for (const kxSmartPointer<kxGeometry>& piece : pieces)
+                    together->appendChild(piece);
+            }
+            parent->setChild(at, together);
+            continue;
+        }
+        parent->removeChild(at);
+        for (const kxSmartPointer<kxGeometry>& piece : pieces)
+            parent->insertChild(at++, piece);
+    }
 }
 
 void kxLimitActorBlendPalettes::visitor(kxObject* object)
@@ -289,14 +327,7 @@ void kxLimitActorBlendPalettes::visitor(kxObject* object)
             refuse("a primitive follows more bones than a palette may hold", geometry);
             continue;
         }
-        while (geometry->getParentCount() > 0)
-        {
-            const kxSmartPointer<kxGroup> parent = geometry->getParent(0);
-            auto at = static_cast<uint32_t>(parent->getChild(geometry.get()));
-            parent->removeChild(at);
-            for (const kxSmartPointer<kxGeometry>& piece : pieces)
-                parent->insertChild(at++, piece);
-        }
+        replace(geometry, pieces);
         count("geometries split");
         count("parts made", static_cast<int64_t>(pieces.size()));
     }

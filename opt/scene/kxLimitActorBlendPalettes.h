@@ -42,8 +42,14 @@ class kxLimitActorBlendPalettes : public kxOptVisitObject
     /// other geometries. False, with nothing changed, when there are none.
     static bool seperateGeometry(kxGeometry* geometry, kxGroup* parent, uint32_t limit = kMaxBlendMatrixCount);
 
+    /// True when a child's place in the group says when it is drawn, so that other children must keep theirs.
+    static bool isPlaceChosen(const kxGroup* group);
+
     /// Indices of the bones that the vertices of a geometry follow with some weight, rising.
     static std::vector<uint32_t> findBones(const kxGeometry* geometry);
+
+private:
+    static void replace(kxGeometry* geometry, const Geometries& pieces);
 };
 
 } // namespace Kel::Opt

@@ -3,12 +3,13 @@
 #include "opt/scene/kxSpatialPartition.h"
 
 #include "opt/iterate/kxOptReplaceNode.h"
+#include "opt/scene/kxCellFraction.h"
 #include "opt/scene/kxServices.h"
 #include "platform/core/kxReport.h"
 #include "platform/sg/kxInstanceArray.h"
+#include "platform/sg/kxPrefetchBranches.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace Kel::Opt
 {
@@ -41,38 +42,19 @@ namespace
 {
 
 constexpr char kCellName[] = "SpatialPartition";
-constexpr float kMinExtent = 5e-07f;
 
-bool isUsable(const kxAABox& box)
-{
-    if (!(box.min.x <= box.max.x))
-        return false;
-    const kxVec3f extent = box.max - box.min;
-    for (int axis = 0; axis < 3; ++axis)
-        if (!std::isfinite(extent[axis])) // from broken vertices; no cell would hold it
-            return false;
-    return extent.x >= kMinExtent || extent.y >= kMinExtent || extent.z >= kMinExtent;
-}
+// The objects of a large scene lie anywhere in memory: how many before their turn they are asked for, and then what they refer
+// to.
+constexpr uint32_t kNodesAhead = 8;
+constexpr uint32_t kPartsAhead = 4;
 
-// Fraction of a box's volume that lies within a cell. Axis by axis, so that flat boxes have one too.
-float fractionWithin(const kxAABox& box, const kxAABox& cell)
+// What a change of the links to nodes will need; `nodeAhead(n)` is the node n steps ahead or null.
+template <class At>
+void prefetchLinks(At nodeAhead)
 {
-    float fraction = 1;
-    for (int axis = 0; axis < 3; ++axis)
-    {
-        const float low = std::max(box.min[axis], cell.min[axis]), high = std::min(box.max[axis], cell.max[axis]);
-        if (low > high)
-            return 0;
-        if (low > box.min[axis] || high < box.max[axis])
-            fraction *= (high - low) / (box.max[axis] - box.min[axis]);
-    }
-    return fraction;
-}
-
-// A box that lies outside of no wall of the cell: cutting would only copy what is in it.
-bool isWithin(const kxAABox& box, const kxAABox& cell)
-{
-    return fractionWithin(box, cell) == 1;
+    prefetchObject(nodeAhead(kNodesAhead));
+    if (const kxNode* node = nodeAhead(kPartsAhead))
+        prefetchObject(node->_parentList);
 }
 
 } // namespace
@@ -91,7 +73,7 @@ bool kxSpatialPartition::apply(kxSmartPointer<kxNode>& root)
     recurse(root, 0);
     m_isWalking = false;
     m_boxes = nullptr;
-    m_growth.clear();
+    m_instanced.clear(); // `m_growth` stays: other scenes of the file may share pieces
     return !isCancelled(*this);
 }
 
@@ -108,6 +90,15 @@ void kxSpatialPartition::recurse(kxSmartPointer<kxNode>& root, int rootLevel)
     std::vector<Step> steps;
     kxTSerialMap<int32_t> levels; // + 1, at which a group was entered
 
+    const auto prefetchNotes = [&](const kxNode* node)
+    {
+        if (!node)
+            return;
+        __builtin_prefetch(&levels[node]);
+        m_boxes->prefetchBox(node);
+        if (const auto* group = kxCast<kxGroup>(node))
+            prefetchObject(group->_childList);
+    };
     // The group that stands in the node's place afterwards, null when there is none.
     auto enter = [&](kxNode* node, int level) -> kxSmartPointer<kxGroup>
     {
@@ -137,7 +128,11 @@ void kxSpatialPartition::recurse(kxSmartPointer<kxNode>& root, int rootLevel)
         const uint32_t count = group->getChildCount();
         const int nextLevel = count > 1 ? level + 1 : level;
         if (count > 0 && nextLevel != _depth)
+        {
             steps.push_back({group, 0, nextLevel});
+            for (uint32_t i = 0; i < std::min(count, kPartsAhead); ++i)
+                prefetchNotes(group->getChild(i));
+        }
         return group;
     };
 
@@ -151,6 +146,11 @@ void kxSpatialPartition::recurse(kxSmartPointer<kxNode>& root, int rootLevel)
             steps.pop_back();
             continue;
         }
+        const uint32_t count = step.group->getChildCount();
+        if (step.next + kNodesAhead < count)
+            prefetchObject(step.group->getChild(step.next + kNodesAhead));
+        if (step.next + kPartsAhead < count)
+            prefetchNotes(step.group->getChild(step.next + kPartsAhead));
         const kxSmartPointer<kxNode> child = step.group->getChild(step.next++);
         if (child)
             enter(child, step.level);
@@ -168,8 +168,21 @@ void kxSpatialPartition::flush(kxGroup* group)
         return;
     const auto pending = std::move(at->second);
     m_pending.erase(at);
-    for (const Item& item : pending.second)
-        group->appendChild(item.node);
+    append(group, pending.second);
+}
+
+void kxSpatialPartition::append(kxGroup* group, const Items& items)
+{
+    if (items.empty()) // the group gets no list of children for them
+        return;
+    group->getChildList()->reserve(group->getChildCount() + static_cast<uint32_t>(items.size()));
+    for (size_t i = 0; i < std::min<size_t>(items.size(), kPartsAhead); ++i)
+        prefetchObject(items[i].node->_parentList);
+    for (size_t i = 0; i < items.size(); ++i)
+    {
+        prefetchLinks([&](size_t ahead) { return i + ahead < items.size() ? items[i + ahead].node.get() : nullptr; });
+        group->appendChild(items[i].node);
+    }
 }
 
 bool kxSpatialPartition::isLarge(const kxGeometry* geometry) const
@@ -181,6 +194,8 @@ const char* kxSpatialPartition::findObstacle(kxGeometry* geometry)
 {
     if (isLocked(*this, geometry))
         return "locked geometry is not cut";
+    if (m_instanced.isBelowArray(geometry))
+        return "drawn many times by an instance array"; // files repeat meshes, not the groups of pieces
     if (m_growth.get(geometry) >= kMaxGrowth)
         return "geometry would grow by more cuts";
     return kxGeometryCutter::findObstacle(geometry);
@@ -201,6 +216,8 @@ bool kxSpatialPartition::partition(kxSmartPointer<kxGroup>& group)
         const char* obstacle = findObstacle(geometry);
         if (!obstacle && !isUsable(m_boxes->getBox(geometry)))
             obstacle = "geometry without extent is not cut";
+        if (!obstacle && !m_cutter.open(geometry, m_boxes))
+            obstacle = "geometry with broken vertex data is not cut";
         if (obstacle)
         {
             refuse(obstacle, geometry);
@@ -215,6 +232,9 @@ bool kxSpatialPartition::partition(kxSmartPointer<kxGroup>& group)
     else if (group->isChildOrderSignificant())
         return false;
 
+    // Most groups of a scene are the places of single objects.
+    if (!_splitGeometry && group->getChildCount() == 1)
+        return isUsable(m_boxes->getBox(group));
     bool isPending = false;
     kxAABox box;
     Items items = takeItems(group, isPending, box);
@@ -230,22 +250,26 @@ bool kxSpatialPartition::partition(kxSmartPointer<kxGroup>& group)
         if (distribute(group, items, cells, kept))
         {
             // From the end: each removal is next to the one before.
-            for (size_t i = items.size(); i-- > 0;)
-                if (!isPending && !items[i].node)
+            for (size_t i = isPending ? 0 : items.size(); i-- > 0;)
+            {
+                prefetchLinks([&](size_t ahead)
+                              { return i >= ahead ? group->getChild(items[i - ahead].index) : nullptr; });
+                if (!items[i].node)
                     group->removeChild(items[i].index);
-            for (const Item& item : kept)
-                if (isPending)
-                    group->appendChild(item.node);
+            }
+            if (isPending)
+                append(group, kept);
             attach(group, cells);
             items.clear();
         }
     }
     if (isPending)
-        for (const Item& item : items)
-            group->appendChild(item.node);
+        append(group, items);
     if (!canBeSorted)
         return false;
 
+    if (created)
+        m_cutter.close(); // of a geometry that no wall has met
     if (created && group->getChildCount() == 1)
     {
         const kxSmartPointer<kxNode> only = group->getChild(0u);
@@ -269,13 +293,20 @@ kxSpatialPartition::Items kxSpatialPartition::takeItems(kxGroup* group, bool& is
         items = std::move(at->second.second);
         m_pending.erase(at);
         for (const Item& item : items)
+        {
             box.extendBy(item.box);
+            if (items.size() <= 4 * kNodesAhead) // soon come out of their cells one by one
+                prefetchObject(item.node);
+        }
         return items;
     }
     box = m_boxes->getBox(group);
     const uint32_t count = group->getChildCount();
     items.reserve(count);
     for (uint32_t i = 0; i < count; ++i)
+    {
+        if (i + kNodesAhead < count)
+            prefetchObject(group->getChild(i + kNodesAhead));
         if (kxNode* child = group->getChild(i))
         {
             const kxAABox childBox = m_boxes->getBoxInParent(child);
@@ -283,21 +314,15 @@ kxSpatialPartition::Items kxSpatialPartition::takeItems(kxGroup* group, bool& is
                 _splitGeometry && child->isOfType(kxGeometry::staticMetaObject()) && child->getParentCount() == 1;
             items.push_back({child, childBox, isUsable(childBox), mayBeCut, i});
         }
+    }
     return items;
 }
 
 void kxSpatialPartition::makeCells(const kxAABox& box, std::vector<Cell>& cells)
 {
     const kxVec3f extent = box.max - box.min;
-    const short smallerOfXY = extent.y <= extent.x ? 1 : 0, largerOfXY = static_cast<short>(1 - smallerOfXY);
-    short sorted[3]; // smallest, middle, largest
-    if (extent.z > extent[largerOfXY])
-        sorted[0] = smallerOfXY, sorted[1] = largerOfXY, sorted[2] = 2;
-    else if (extent.z >= extent[smallerOfXY])
-        sorted[0] = smallerOfXY, sorted[1] = 2, sorted[2] = largerOfXY;
-    else
-        sorted[0] = 2, sorted[1] = smallerOfXY, sorted[2] = largerOfXY;
-
+    short sorted[3];
+    sortAxes(extent, sorted);
     const float smallest = extent[sorted[0]], middle = extent[sorted[1]], largest = extent[sorted[2]];
     const kxPartitionType type = largest <= smallest * _maxMinRatio  ? kxOctTree
                                  : middle <= smallest * _midMinRatio ? kxBiTree
@@ -352,7 +377,7 @@ bool kxSpatialPartition::distribute(kxGroup* group, Items& items, std::vector<Ce
         auto* geometry = item.mayBeCut ? static_cast<kxGeometry*>(item.node.get()) : nullptr;
         const auto holdsAll = [&](const Cell& cell) { return isWithin(item.box, cell.box); };
         if (geometry && isLarge(geometry) && std::none_of(cells.begin(), cells.end(), holdsAll) &&
-            !findObstacle(geometry) && m_cutter.open(geometry))
+            !findObstacle(geometry) && (m_cutter.getGeometry() == geometry || m_cutter.open(geometry, m_boxes)))
         {
             // Pieces come behind what was found for the cells so far.
             for (size_t k = 0; k < i; ++k)
@@ -371,8 +396,7 @@ bool kxSpatialPartition::distribute(kxGroup* group, Items& items, std::vector<Ce
         }
         for (size_t cell = 0; cell < cells.size(); ++cell)
         {
-            const float fraction = fractionWithin(item.box, cells[cell].box);
-            if (fraction != 0 && fraction >= 1 - _loose)
+            if (fractionWithin(item.box, cells[cell].box, 1 - _loose) != 0)
             {
                 cellOf[i] = static_cast<uint32_t>(cell);
                 ++counts[cell];
@@ -389,6 +413,8 @@ bool kxSpatialPartition::distribute(kxGroup* group, Items& items, std::vector<Ce
     if (!changes)
         return false;
     bool isUsableKept = false;
+    for (size_t cell = 0; cell < cells.size(); ++cell)
+        cells[cell].items.reserve(cells[cell].items.size() + counts[cell]);
     for (size_t i = 0; i < items.size(); ++i)
         if (cellOf[i] == kStays)
         {
@@ -470,6 +496,10 @@ kxSmartPointer<kxGeometry> kxSpatialPartition::splitGeometry(kxGeometry* geometr
 
 void kxSpatialPartition::attach(kxGroup* group, std::vector<Cell>& cells)
 {
+    // Towards the leaves of the tree, nodes that come out of their cells one by one are most of the work.
+    for (const Cell& cell : cells)
+        if (cell.items.size() == 1)
+            prefetchObject(cell.items[0].node->_parentList);
     for (Cell& cell : cells)
     {
         if (cell.items.size() == 1)

@@ -3,6 +3,7 @@
 
 #include "opt/framework/kxOptBase.h"
 #include "opt/scene/kxGeometryCutter.h"
+#include "opt/scene/kxInstancedNodes.h"
 #include "platform/sg/kxBoundingBoxesMaker.h"
 
 #include <map>
@@ -30,7 +31,7 @@ const kxMetaEnum& kxMetaEnumOf(kxPartitionType);
 /// that triangles as large as the whole do not multiply without end.
 ///
 /// Leaves alone: what is below a locked node; children of switches, levels of detail and meshes; what an instance array draws
-/// many times. Is not cut: what `kxGeometryCutter::findObstacle` says, and locked geometry.
+/// many times. Is not cut: what `kxGeometryCutter` says, locked geometry, and what an instance array draws too.
 ///
 /// Cost: for each level of the tree one look at each node and, where geometry is cut, at each triangle.
 class kxSpatialPartition : public kxOptBase
@@ -95,9 +96,11 @@ private:
     bool cutIntoCells(kxGeometry* geometry, std::vector<Cell>& cells, bool& isSplit);
     void dissolveOnlyCell(kxGroup* group, std::vector<Cell>& cells);
     void flush(kxGroup* group);
+    static void append(kxGroup* group, const Items& items);
 
     kxSmartPointer<kxBoundingBoxesMaker> m_boxes; // while graphs are walked
     kxTSerialMap<float> m_growth;                 // of pieces: triangles that their line of cuts has made of one
+    kxInstancedNodes m_instanced;
     std::map<uint32_t, std::pair<kxSmartPointer<kxGroup>, Items>>
         m_pending; // children of new cells, by serial of the cell
     bool m_isWalking = false;

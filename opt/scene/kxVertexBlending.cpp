@@ -43,21 +43,28 @@ kxVertexBlendMatrixListAttr* findPalette(const kxGroup* group)
     return nullptr;
 }
 
-// The set and the groups below it to which its palette reaches; false when one of these has several parents.
-bool findReached(kxGroup* set, std::vector<kxGroup*>& reached)
+// The set and the groups below it to which its palette reaches; otherwise why they cannot be changed: parts of a geometry do
+// not stand where it stood.
+const char* findReached(kxGroup* set, std::vector<kxGroup*>& reached)
 {
     reached.push_back(set);
     for (size_t next = 0; next < reached.size(); ++next)
         for (uint32_t i = 0; i < reached[next]->getChildCount(); ++i)
         {
             auto* child = kxCast<kxGroup>(reached[next]->getChild(i));
-            if (!child || kxCast<kxGeometry>(child) || findPalette(child))
+            if (!child || findPalette(child))
                 continue;
+            if (const auto* geometry = kxCast<kxGeometry>(child))
+            {
+                if (geometry->hasSkinnedAttr() && kxLimitActorBlendPalettes::isPlaceChosen(reached[next]))
+                    return "geometry is chosen by its place";
+                continue;
+            }
             if (child->getParentCount() > 1)
-                return false;
+                return "a group below has several parents";
             reached.push_back(child);
         }
-    return true;
+    return nullptr;
 }
 
 bool isJoints(const kxVertexArray* array)
@@ -87,8 +94,8 @@ void kxVertexBlending::visitor(kxObject* object)
     if (isLocked(*this, set))
         return refuse("locked", set);
     std::vector<kxGroup*> reached;
-    if (!findReached(set, reached))
-        return refuse("a group below has several parents", set);
+    if (const char* obstacle = findReached(set, reached))
+        return refuse(obstacle, set);
     set->removeAttr(palette);
     count("palettes split");
     rebuildBelow(set, palette);

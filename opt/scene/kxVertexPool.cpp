@@ -72,12 +72,25 @@ void readIndices(const kxVertexArray& indices, std::vector<uint32_t>& order)
     }
 }
 
+template <class T>
+void writeIndices(const std::vector<uint32_t>& vertices, const std::vector<uint32_t>& newNumbers, uint8_t* target)
+{
+    for (const uint32_t vertex : vertices)
+    {
+        const T index = static_cast<T>(newNumbers[vertex] - 1);
+        std::memcpy(target, &index, sizeof index);
+        target += sizeof index;
+    }
+}
+
 // One element as numbers, wherever it lies; matrices are not asked for.
 void readElement(const kxVertexArray& form, const uint8_t* at, double* values)
 {
     const uint32_t bytes = componentBytes(form._componentType);
+    const bool isFloat = form._componentType == kxComponentType::FLOAT32;
     for (uint32_t c = 0; c < form._componentCount; ++c)
-        values[c] = readComponent(at + c * bytes, form._componentType, form._normalized);
+        values[c] = isFloat ? readAs<float>(at + c * bytes)
+                            : readComponent(at + c * bytes, form._componentType, form._normalized);
 }
 
 // False for a direction that has nearly vanished between two opposite ones.
@@ -104,21 +117,24 @@ bool kxPrimitives::read(const kxGeometryAttr& attr)
     const int64_t vertexCount = attr._arrays->isEmpty() || !attr._arrays->get(0) ? 0 : attr._arrays->get(0)->_count;
     if (vertexCount > UINT32_MAX / 2 || count > UINT32_MAX)
         return false;
-    std::vector<uint32_t> order(static_cast<size_t>(count));
+    vertices.resize(static_cast<size_t>(count));
     if (!attr._indices)
-        std::iota(order.begin(), order.end(), 0u);
+        std::iota(vertices.begin(), vertices.end(), 0u);
     else if (const uint32_t bytes = componentBytes(attr._indices->_componentType); bytes == 1)
-        readIndices<uint8_t>(*attr._indices, order);
+        readIndices<uint8_t>(*attr._indices, vertices);
     else if (bytes == 2)
-        readIndices<uint16_t>(*attr._indices, order);
+        readIndices<uint16_t>(*attr._indices, vertices);
     else
-        readIndices<uint32_t>(*attr._indices, order);
-    for (const uint32_t vertex : order)
+        readIndices<uint32_t>(*attr._indices, vertices);
+    for (const uint32_t vertex : vertices)
         if (vertex >= vertexCount)
             return false;
     const kxPrimitiveMode mode = attr._primitiveMode;
     size = mode == kxPrimitiveMode::POINTS ? 1 : mode <= kxPrimitiveMode::LINE_STRIP ? 2 : 3;
-    const size_t n = order.size();
+    const size_t n = vertices.size();
+    std::vector<uint32_t> order;
+    if (mode != kxPrimitiveMode::POINTS && mode != kxPrimitiveMode::LINES && mode != kxPrimitiveMode::TRIANGLES)
+        order.swap(vertices);
     auto addLine = [&](size_t a, size_t b)
     {
         if (order[a] != order[b])
@@ -131,12 +147,9 @@ bool kxPrimitives::read(const kxGeometryAttr& attr)
     };
     switch (mode)
     {
-    case kxPrimitiveMode::POINTS: vertices = std::move(order); break;
+    case kxPrimitiveMode::POINTS:
     case kxPrimitiveMode::LINES:
-    case kxPrimitiveMode::TRIANGLES:
-        order.resize(n - n % size);
-        vertices = std::move(order);
-        break;
+    case kxPrimitiveMode::TRIANGLES: vertices.resize(n - n % size); break;
     case kxPrimitiveMode::LINE_STRIP:
     case kxPrimitiveMode::LINE_LOOP:
         for (size_t i = 1; i < n; ++i)
@@ -156,16 +169,44 @@ bool kxPrimitives::read(const kxGeometryAttr& attr)
     return true;
 }
 
-kxVertexPool::kxVertexPool(const kxGeometryAttr& attr) : m_attr(attr)
+namespace
+{
+
+const kxVertexArray* positionsOf(const kxGeometryAttr& attr)
 {
     static const kxStringRef kPosition("POSITION");
-    m_positionArray = attr.getArray(kPosition);
-    if (!m_positionArray || m_positionArray->_componentCount != 3 || m_positionArray->_matrix ||
-        m_positionArray->_count > UINT32_MAX / 2)
-    {
-        m_usable = false;
+    return attr.getArray(kPosition);
+}
+
+} // namespace
+
+bool kxVertexPool::isUsable(const kxGeometryAttr& attr)
+{
+    const kxVertexArray* positions = positionsOf(attr);
+    if (!positions || positions->_componentCount != 3 || positions->_matrix || positions->_count > UINT32_MAX / 2)
+        return false;
+    const auto fits = [&](const kxVertexArray* array)
+    { return array && array->_count == positions->_count && (array->_count == 0 || array->_data); };
+    for (const kxVertexArray* array : *attr._arrays)
+        if (!fits(array))
+            return false;
+    for (const kxMorphTarget* target : *attr._morphTargets)
+        if (target)
+            for (const kxVertexArray* array : *target->_arrays)
+                if (!fits(array))
+                    return false;
+    return true;
+}
+
+void kxVertexPool::reset(const kxGeometryAttr& attr)
+{
+    m_attr = &attr;
+    m_positionArray = positionsOf(attr);
+    m_sourceCount = 0;
+    m_channelCount = 0;
+    m_positions.clear();
+    if (!isUsable(attr))
         return;
-    }
     m_sourceCount = static_cast<uint32_t>(m_positionArray->_count);
     for (const kxVertexArray* array : *attr._arrays)
         addChannel(array, false);
@@ -177,11 +218,6 @@ kxVertexPool::kxVertexPool(const kxGeometryAttr& attr) : m_attr(attr)
 
 void kxVertexPool::addChannel(const kxVertexArray* array, bool isDisplacement)
 {
-    if (!array || array->_count != m_sourceCount || (array->_count > 0 && !array->_data))
-    {
-        m_usable = false;
-        return;
-    }
     const std::string_view use = array->_semantic.view();
     const bool isWhole = array->_componentType != kxComponentType::FLOAT32 && !array->_normalized;
     const bool isKnown = use == "POSITION" || use == "NORMAL" || use == "TANGENT" || use.substr(0, 9) == "TEXCOORD_" ||
@@ -196,7 +232,14 @@ void kxVertexPool::addChannel(const kxVertexArray* array, bool isDisplacement)
     else if (!isDisplacement && use == "TANGENT" && array->_componentCount == 4)
         kind = TANGENT;
     const bool becomesFloat = kind == POSITION && array->_componentType != kxComponentType::FLOAT32;
-    m_channels.push_back({array, kind, becomesFloat, array->getElementBytes(), {}});
+    if (m_channelCount == m_channels.size())
+        m_channels.emplace_back();
+    Channel& channel = m_channels[m_channelCount++];
+    channel.source = array;
+    channel.kind = kind;
+    channel.becomesFloat = becomesFloat;
+    channel.bytes = array->getElementBytes();
+    channel.added.clear();
 }
 
 void kxVertexPool::readPositions()
@@ -228,9 +271,9 @@ uint32_t kxVertexPool::addCrossing(uint32_t a, uint32_t b, int axis, float value
     const float way = (value - from[axis]) / (to[axis] - from[axis]);
     kxVec3f crossing = from + (to - from) * way;
     crossing[axis] = value;
-    for (Channel& channel : m_channels)
-        if (channel.kind != POSITION)
-            interpolate(channel, a, b, way);
+    for (size_t i = 0; i < m_channelCount; ++i)
+        if (m_channels[i].kind != POSITION)
+            interpolate(m_channels[i], a, b, way);
     m_positions.push_back(crossing);
     return getCount() - 1;
 }
@@ -260,6 +303,18 @@ void kxVertexPool::interpolate(Channel& channel, uint32_t a, uint32_t b, float w
         writeComponent(target + c * bytes, form._componentType, form._normalized, x[c]);
 }
 
+// Elements of N bytes, or of any number when N is 0.
+template <size_t N>
+void kxVertexPool::gather(const Channel& channel, uint8_t* target) const
+{
+    const size_t bytes = N ? N : channel.bytes;
+    for (const uint32_t vertex : m_order)
+    {
+        std::memcpy(target, elementOf(channel, vertex), bytes);
+        target += bytes;
+    }
+}
+
 kxSmartPointer<kxVertexArray> kxVertexPool::buildArray(const Channel& channel) const
 {
     const kxVertexArray& form = *channel.source;
@@ -284,13 +339,21 @@ kxSmartPointer<kxVertexArray> kxVertexPool::buildArray(const Channel& channel) c
     array->_stride = array->getElementBytes();
     array->_data = kxMemoryBlock::create(m_order.size() * static_cast<size_t>(array->_stride));
     uint8_t* target = array->_data->getWritableData();
-    for (const uint32_t vertex : m_order)
-    {
-        std::memcpy(target,
-                    fromPositions ? reinterpret_cast<const uint8_t*>(&m_positions[vertex]) : elementOf(channel, vertex),
-                    static_cast<size_t>(array->_stride));
-        target += array->_stride;
-    }
+    if (fromPositions)
+        for (const uint32_t vertex : m_order)
+        {
+            std::memcpy(target, &m_positions[vertex], sizeof(kxVec3f));
+            target += sizeof(kxVec3f);
+        }
+    else
+        switch (channel.bytes) // copies of a known size need no call
+        {
+        case 4: gather<4>(channel, target); break;
+        case 8: gather<8>(channel, target); break;
+        case 12: gather<12>(channel, target); break;
+        case 16: gather<16>(channel, target); break;
+        default: gather<0>(channel, target); break;
+        }
     return array;
 }
 
@@ -298,7 +361,8 @@ kxSmartPointer<kxVertexArray> kxVertexPool::buildIndices(const kxPrimitives& pri
 {
     static const kxStringRef kIndices("INDICES");
     m_order.clear();
-    m_newNumbers.resize(std::max<size_t>(m_sourceCount, m_positions.size()));
+    if (const size_t needed = std::max<size_t>(m_sourceCount, m_positions.size()); m_newNumbers.size() < needed)
+        m_newNumbers.resize(needed);
     for (const uint32_t vertex : primitives.vertices)
         if (m_newNumbers[vertex] == 0)
         {
@@ -306,15 +370,15 @@ kxSmartPointer<kxVertexArray> kxVertexPool::buildIndices(const kxPrimitives& pri
             m_newNumbers[vertex] = static_cast<uint32_t>(m_order.size());
         }
     // The largest number of each size is left free: it means the start of a new strip to graphics interfaces.
-    const bool wasSmall = m_attr._indices && componentBytes(m_attr._indices->_componentType) == 1;
+    const bool wasSmall = m_attr->_indices && componentBytes(m_attr->_indices->_componentType) == 1;
     const uint32_t bytes = m_order.size() <= 0xff && wasSmall ? 1 : m_order.size() <= 0xffff ? 2 : 4;
     const auto array = kxNew<kxVertexArray>();
     array->_semantic = kIndices;
-    if (m_attr._indices)
+    if (m_attr->_indices)
     {
-        array->_name = m_attr._indices->_name;
-        array->_semantic = m_attr._indices->_semantic;
-        array->_userData = m_attr._indices->_userData;
+        array->_name = m_attr->_indices->_name;
+        array->_semantic = m_attr->_indices->_semantic;
+        array->_userData = m_attr->_indices->_userData;
     }
     array->_componentType = bytes == 1   ? kxComponentType::UINT8
                             : bytes == 2 ? kxComponentType::UINT16
@@ -323,11 +387,12 @@ kxSmartPointer<kxVertexArray> kxVertexPool::buildIndices(const kxPrimitives& pri
     array->_stride = bytes;
     array->_data = kxMemoryBlock::create(primitives.vertices.size() * bytes);
     uint8_t* target = array->_data->getWritableData();
-    for (const uint32_t vertex : primitives.vertices)
-    {
-        writeComponent(target, array->_componentType, false, m_newNumbers[vertex] - 1);
-        target += bytes;
-    }
+    if (bytes == 1)
+        writeIndices<uint8_t>(primitives.vertices, m_newNumbers, target);
+    else if (bytes == 2)
+        writeIndices<uint16_t>(primitives.vertices, m_newNumbers, target);
+    else
+        writeIndices<uint32_t>(primitives.vertices, m_newNumbers, target);
     for (const uint32_t vertex : m_order)
         m_newNumbers[vertex] = 0;
     return array;
@@ -336,15 +401,15 @@ kxSmartPointer<kxVertexArray> kxVertexPool::buildIndices(const kxPrimitives& pri
 kxSmartPointer<kxGeometryAttr> kxVertexPool::build(const kxPrimitives& primitives)
 {
     const auto attr = kxNew<kxGeometryAttr>();
-    attr->_name = m_attr._name;
-    attr->_userData = m_attr._userData;
+    attr->_name = m_attr->_name;
+    attr->_userData = m_attr->_userData;
     attr->_primitiveMode = primitives.getMode();
     attr->_indices = buildIndices(primitives);
     size_t next = 0;
     auto buildNext = [&] { return buildArray(m_channels[next++]); };
-    for (uint32_t i = 0; i < m_attr._arrays->getCount(); ++i)
+    for (uint32_t i = 0; i < m_attr->_arrays->getCount(); ++i)
         attr->_arrays->append(buildNext());
-    for (const kxMorphTarget* target : *m_attr._morphTargets)
+    for (const kxMorphTarget* target : *m_attr->_morphTargets)
     {
         kxSmartPointer<kxMorphTarget> copy;
         if (target)
@@ -357,6 +422,19 @@ kxSmartPointer<kxGeometryAttr> kxVertexPool::build(const kxPrimitives& primitive
         attr->_morphTargets->append(copy);
     }
     return attr;
+}
+
+kxAABox kxVertexPool::findBuiltBox() const
+{
+    kxAABox box;
+    for (const uint32_t vertex : m_order)
+        for (int axis = 0; axis < 3; ++axis)
+        {
+            const float at = m_positions[vertex][axis];
+            box.min[axis] = at < box.min[axis] ? at : box.min[axis];
+            box.max[axis] = at > box.max[axis] ? at : box.max[axis];
+        }
+    return box;
 }
 
 } // namespace Kel::Opt

@@ -31,11 +31,15 @@ struct kxPrimitives
 class kxVertexPool
 {
 public:
-    /// The vertex data must live as long as the pool.
-    explicit kxVertexPool(const kxGeometryAttr& attr);
+    /// False when the data have no positions of three numbers, or arrays of different lengths. No pool of such data works.
+    static bool isUsable(const kxGeometryAttr& attr);
 
-    /// False when the data have no positions of three numbers, or arrays of different lengths.
-    bool isUsable() const { return m_usable; }
+    kxVertexPool() = default;
+    explicit kxVertexPool(const kxGeometryAttr& attr) { reset(attr); }
+    /// Starts again with other vertex data, which must live as long as the pool or until the next call. Memory is kept: there
+    /// may be very many small geometries.
+    void reset(const kxGeometryAttr& attr);
+
     uint32_t getCount() const { return static_cast<uint32_t>(m_positions.size()); }
     const kxVec3f& getPosition(uint32_t vertex) const { return m_positions[vertex]; }
     /// Decodes the positions; `getCount` and `getPosition` know them from then on.
@@ -48,6 +52,8 @@ public:
     /// New vertex data of the primitives, holding just their vertices, in the order of use. Indices are of 16 bits where
     /// that is enough, of 8 bits only where they were before.
     kxSmartPointer<kxGeometryAttr> build(const kxPrimitives& primitives);
+    /// Box around the vertices of the last data that were built.
+    kxAABox findBuiltBox() const;
 
 private:
     enum Kind : uint8_t
@@ -60,24 +66,26 @@ private:
     };
     struct Channel
     {
-        const kxVertexArray* source;
-        Kind kind;
-        bool becomesFloat; // once a vertex is added
-        uint32_t bytes;    // of an element of the source
+        const kxVertexArray* source = nullptr;
+        Kind kind = LINEAR;
+        bool becomesFloat = false; // once a vertex is added
+        uint32_t bytes = 0;        // of an element of the source
         std::vector<uint8_t> added;
     };
 
     void addChannel(const kxVertexArray* array, bool isDisplacement);
     const uint8_t* elementOf(const Channel& channel, uint32_t vertex) const;
     void interpolate(Channel& channel, uint32_t a, uint32_t b, float way);
+    template <size_t N>
+    void gather(const Channel& channel, uint8_t* target) const;
     kxSmartPointer<kxVertexArray> buildArray(const Channel& channel) const;
     kxSmartPointer<kxVertexArray> buildIndices(const kxPrimitives& primitives);
 
-    const kxGeometryAttr& m_attr;
-    bool m_usable = true;
+    const kxGeometryAttr* m_attr = nullptr;
     uint32_t m_sourceCount = 0;
     const kxVertexArray* m_positionArray = nullptr;
-    std::vector<Channel> m_channels; // arrays of the data, then those of the morph targets
+    std::vector<Channel> m_channels; // arrays of the data, then those of the morph targets, then unused ones
+    size_t m_channelCount = 0;
     std::vector<kxVec3f> m_positions;
     std::vector<uint32_t> m_newNumbers; // + 1, while vertex data are built
     std::vector<uint32_t> m_order;      // vertices of the data being built

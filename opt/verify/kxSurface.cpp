@@ -116,6 +116,7 @@ void kxSurface::addChannel(const std::vector<float>& values, uint32_t stride, ui
 {
     Channel& channel = m_channels.emplace_back();
     channel.tolerance = tolerance;
+    channel.first = static_cast<uint32_t>(m_channels.size()) - 1 - component;
     auto at = [&](size_t corner) { return values[size_t(m_vertices[corner]) * stride + component]; };
     if (!m_vertices.empty())
         channel.low = channel.high = at(0);
@@ -273,6 +274,7 @@ void kxSurface::add(const kxSurface& other)
             mine.high = m_isEmpty ? theirs.high : std::max(mine.high, theirs.high);
         }
         mine.tolerance = theirs.tolerance;
+        mine.first = theirs.first;
     }
     m_isEmpty &= other.m_isEmpty;
     for (const auto& [bone, channel] : other.m_bones)
@@ -280,6 +282,17 @@ void kxSurface::add(const kxSurface& other)
             m_bones[bone].sums[k] += channel.sums[k];
     for (int axis = 0; axis < 3; ++axis)
         m_facing[axis] += other.m_facing[axis];
+}
+
+// Of directions all numbers count together: where they differ by little from an axis, their numbers along it differ by much
+// less, and length 1 is made good there.
+double kxSurface::rangeOf(const Channel& channel) const
+{
+    double range = double(channel.high) - channel.low;
+    if (channel.tolerance == kDirectionTolerance)
+        for (size_t i = channel.first; i < std::min<size_t>(channel.first + 3, m_channels.size()); ++i)
+            range = std::max(range, double(m_channels[i].high) - m_channels[i].low);
+    return std::max(range, 1e-3);
 }
 
 bool kxSurface::isAlike(const kxSurface& other) const
@@ -306,8 +319,7 @@ bool kxSurface::isAlike(const kxSurface& other) const
     {
         const Channel &mine = m_channels[i], &theirs = other.m_channels[i];
         const bool isPosition = i <= 3;
-        const double range =
-            isPosition ? size + placeOf(i) / kPositionTolerance : std::max(double(mine.high) - mine.low, 1e-3);
+        const double range = isPosition ? size + placeOf(i) / kPositionTolerance : rangeOf(mine);
         const double slack = mine.tolerance * range;
         if (mine.tolerance != kDirectionTolerance &&
             (!isNear(mine.low, theirs.low, slack) || !isNear(mine.high, theirs.high, slack)))

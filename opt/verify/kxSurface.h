@@ -40,9 +40,11 @@ private:
         double sums[4] = {0, 0, 0, 0}; // of the number, and of it times x, y and z
         float low = 0, high = 0;
         float tolerance = 0; // of a mean, as a part of the range
+        uint32_t first = 0;  // channel of the first number of the same attribute
     };
 
     void measureBones(const kxGeometryAttr& attr, const kxVertexBlendMatrixListAttr* palette);
+    double rangeOf(const Channel& channel) const;
     template <class Value>
     void integrate(Channel& channel, Value value) const;
     void addChannel(const std::vector<float>& values, uint32_t stride, uint32_t component, float tolerance);

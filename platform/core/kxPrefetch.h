@@ -10,6 +10,8 @@ namespace Kel::Core
 /// the caches, and what is asked for ahead arrives together.
 inline void prefetchObject(const kxObject* object)
 {
+    if (!object) // no page stands there, and the processor would look for it each time
+        return;
     __builtin_prefetch(object);
     __builtin_prefetch(reinterpret_cast<const char*>(object) + 64);
 }

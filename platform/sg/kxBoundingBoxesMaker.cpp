@@ -1,15 +1,13 @@
-// Boxes around what nodes draw: one walk from below, every node and every vertex data once.
+// Boxes around what nodes draw: from below, every node and every vertex data once.
 #include "platform/sg/kxBoundingBoxesMaker.h"
 
 #include "platform/attrs/kxGeometrySetAttr.h"
-#include "platform/attrs/kxParticleAttr.h"
 #include "platform/math/kxBoxes.h"
 #include "platform/sg/kxBillboard.h"
+#include "platform/sg/kxDrawnBoxes.h"
+#include "platform/sg/kxPrefetchBranches.h"
 #include "platform/sg/kxTransform.h"
 
-#include <algorithm>
-#include <cmath>
-#include <cstring>
 #include <utility>
 
 namespace Kel::Sg
@@ -27,156 +25,16 @@ namespace
 // A volume that is smaller than the one above it by less than this part of its size rejects nothing more.
 constexpr float kSameSize = 1e-5f;
 
-// Numbers that are none leave a box as it is.
-void extend(kxAABox& box, const kxVec3f& point)
+// Of a graph that does not fit into the caches, how many nodes before their turn they are asked for, and then what
+// they refer to.
+constexpr uint32_t kNodesAhead = 16;
+constexpr uint32_t kPartsAhead = 8;
+
+// The head of a node and, should it be a transform, its matrix.
+void prefetchTransform(const kxNode* node)
 {
-    for (int axis = 0; axis < 3; ++axis)
-    {
-        box.min[axis] = point[axis] < box.min[axis] ? point[axis] : box.min[axis];
-        box.max[axis] = point[axis] > box.max[axis] ? point[axis] : box.max[axis];
-    }
-}
-
-class PositionReader
-{
-public:
-    explicit PositionReader(const kxVertexArray* array)
-        : m_array(array && array->_componentCount == 3 && !array->_matrix && (array->_data || array->_count == 0)
-                      ? array
-                      : nullptr),
-          m_isFloat(m_array && m_array->_componentType == kxComponentType::FLOAT32)
-    {
-    }
-    int64_t getCount() const { return m_array ? m_array->_count : 0; }
-    kxVec3f get(int64_t index) const
-    {
-        kxVec3f point;
-        if (m_isFloat)
-            std::memcpy(&point.x, m_array->getElement(index), sizeof point);
-        else
-            for (uint32_t c = 0; c < 3; ++c)
-                point[static_cast<int>(c)] = static_cast<float>(m_array->getComponent(index, c));
-        return point;
-    }
-
-private:
-    const kxVertexArray* m_array;
-    bool m_isFloat;
-};
-
-template <class T, class F>
-void forEachIndexAs(const kxVertexArray& indices, F& callback)
-{
-    for (int64_t i = 0; i < indices._count; ++i)
-    {
-        T index;
-        std::memcpy(&index, indices.getElement(i), sizeof index);
-        callback(index);
-    }
-}
-
-template <class F>
-void forEachIndex(const kxVertexArray& indices, F callback)
-{
-    switch (componentBytes(indices._componentType))
-    {
-    case 1: return forEachIndexAs<uint8_t>(indices, callback);
-    case 2: return forEachIndexAs<uint16_t>(indices, callback);
-    default: return forEachIndexAs<uint32_t>(indices, callback);
-    }
-}
-
-kxAABox boxOfVertices(const kxGeometryAttr& attr)
-{
-    static const kxStringRef kPosition("POSITION");
-    kxAABox box;
-    const PositionReader positions(attr.getArray(kPosition));
-    std::vector<PositionReader> displacements;
-    for (const kxMorphTarget* target : *attr._morphTargets)
-        if (target)
-            for (const kxVertexArray* array : *target->_arrays)
-                if (array && array->_semantic == kPosition)
-                    displacements.emplace_back(array);
-
-    const int64_t vertexCount = positions.getCount();
-    auto add = [&](int64_t vertex)
-    {
-        kxVec3f low = positions.get(vertex), high = low;
-        for (const PositionReader& displacement : displacements)
-        {
-            if (vertex >= displacement.getCount())
-                continue;
-            const kxVec3f way = displacement.get(vertex);
-            for (int axis = 0; axis < 3; ++axis)
-                (way[axis] < 0 ? low : high)[axis] += way[axis];
-        }
-        extend(box, low);
-        if (!displacements.empty())
-            extend(box, high);
-    };
-    if (!attr._indices)
-        for (int64_t i = 0; i < vertexCount; ++i)
-            add(i);
-    else
-        forEachIndex(*attr._indices,
-                     [&](uint32_t vertex)
-                     {
-                         if (vertex < vertexCount)
-                             add(vertex);
-                     });
-    return box;
-}
-
-kxAABox boxOfParticles(const kxParticleAttr& particles)
-{
-    kxAABox box;
-    extend(box, kxVec3f(0, 0, 0));
-    extend(box, particles._velocity * particles._lifetime);
-    const kxVec3f size(std::abs(particles._size));
-    return {box.min - size, box.max + size};
-}
-
-kxAABox boxOfInstances(const kxInstanceArray& instances, const kxAABox& box)
-{
-    static const kxStringRef kTranslation("TRANSLATION"), kRotation("ROTATION"), kScale("SCALE");
-    const kxVertexArray *translations = nullptr, *rotations = nullptr, *scales = nullptr;
-    for (const kxVertexArray* array : *instances._arrays)
-        if (array && array->_componentCount == (array->_semantic == kRotation ? 4 : 3))
-            (array->_semantic == kTranslation ? translations
-             : array->_semantic == kRotation  ? rotations
-                                              : scales) = array;
-    if (scales && scales->_semantic != kScale)
-        scales = nullptr;
-    auto number = [](const kxVertexArray* array, int64_t index, uint32_t component)
-    { return static_cast<float>(array->getComponent(index, component)); };
-    kxAABox all;
-    for (int64_t i = 0; i < instances.getInstanceCount(); ++i)
-    {
-        kxVec3f translation(0, 0, 0), scale(1, 1, 1);
-        kxQuatf rotation(1, 0, 0, 0);
-        for (uint32_t c = 0; c < 3; ++c)
-        {
-            if (translations && i < translations->_count)
-                translation[static_cast<int>(c)] = number(translations, i, c);
-            if (scales && i < scales->_count)
-                scale[static_cast<int>(c)] = number(scales, i, c);
-        }
-        if (rotations && i < rotations->_count)
-            rotation = kxQuatf(number(rotations, i, 3), number(rotations, i, 0), number(rotations, i, 1),
-                               number(rotations, i, 2));
-        all.extendBy(transformBox(box, Math::composeMatrix(translation, rotation, scale)));
-    }
-    return all;
-}
-
-// What turns about a point stays within the ball through the corner that is farthest from it.
-kxAABox boxOfTurns(const kxVec3f& center, const kxAABox& box)
-{
-    kxVec3f farthest;
-    for (int axis = 0; axis < 3; ++axis)
-        farthest[axis] = std::max(std::abs(box.min[axis] - center[axis]), std::abs(box.max[axis] - center[axis]));
-    const kxVec3f radius(farthest.length());
-    return {center - radius, center + radius};
+    prefetchObject(node);
+    __builtin_prefetch(reinterpret_cast<const char*>(node) + 128);
 }
 
 bool holds(const kxAABox& outer, const kxAABox& inner)
@@ -214,10 +72,17 @@ const kxAABox& kxBoundingBoxesMaker::getBox(const kxGeometryAttr* attr)
     return entry.box;
 }
 
+void kxBoundingBoxesMaker::setBox(const kxGeometryAttr* attr, const kxAABox& box)
+{
+    Entry& entry = m_boxes[attr];
+    entry.box = box;
+    entry.state = KNOWN;
+}
+
 const kxAABox& kxBoundingBoxesMaker::getBox(kxNode* node)
 {
     if (m_boxes.get(node).state != KNOWN)
-        measure(node, false);
+        measure(node);
     return m_boxes[node].box;
 }
 
@@ -250,9 +115,8 @@ uint8_t kxBoundingBoxesMaker::kindOf(const kxNode* node)
     return kind;
 }
 
-// The box of each node is gathered while what is below it is looked at, so that every node is touched once. Answers how many
-// of the nodes met have a volume, when they get some.
-uint32_t kxBoundingBoxesMaker::measure(kxNode* root, bool setsVolumes)
+// The box of each node is gathered while what is below it is looked at, so that every node is touched once.
+void kxBoundingBoxesMaker::measure(kxNode* root)
 {
     struct Step
     {
@@ -263,7 +127,6 @@ uint32_t kxBoundingBoxesMaker::measure(kxNode* root, bool setsVolumes)
         Entry entry;
     };
     std::vector<Step> steps;
-    uint32_t volumeCount = 0;
     auto enter = [&](kxNode* node)
     {
         m_boxes[node].state = OPEN;
@@ -276,42 +139,55 @@ uint32_t kxBoundingBoxesMaker::measure(kxNode* root, bool setsVolumes)
         Step& step = steps.back();
         if (step.next < step.count)
         {
-            kxNode* child = static_cast<const kxGroup*>(step.node)->getChild(step.next++);
+            const auto* group = static_cast<const kxGroup*>(step.node);
+            if (step.count >= kWideCount)
+                prefetchBranches(
+                    [&](uint32_t ahead)
+                    { return step.next + ahead < step.count ? group->getChild(step.next + ahead) : nullptr; },
+                    [&](const kxNode* node) { __builtin_prefetch(&m_boxes[node]); });
+            kxNode* child = group->getChild(step.next++);
             if (!child)
                 continue;
             const Entry known = m_boxes.get(child);
             if (known.state == UNKNOWN)
                 enter(child);
             else if (known.state == KNOWN) // one that is open lies above itself and adds nothing
-                addBelow(step.entry, known, child, kindOf(child));
+                addBelow(step.entry, inParent(known, child, kindOf(child)));
             continue;
         }
-        if (step.kind & GEOMETRY)
-            addGeometry(step.entry, static_cast<const kxGeometry*>(step.node));
-        if (step.kind & PLACES && !step.entry.box.isEmpty())
-            place(step.entry, static_cast<const kxGroup*>(step.node));
-        step.entry.state = KNOWN;
+        finish(step.entry, step.node, step.kind);
         m_boxes[step.node] = step.entry;
-        if (setsVolumes)
-        {
-            setVolume(step.node, step.entry.box);
-            volumeCount += step.node->_boundingVolume ? 1 : 0;
-        }
         if (steps.size() > 1)
-            addBelow(steps[steps.size() - 2].entry, step.entry, step.node, step.kind);
+            addBelow(steps[steps.size() - 2].entry, inParent(step.entry, step.node, step.kind));
         steps.pop_back();
     }
-    return volumeCount;
 }
 
-void kxBoundingBoxesMaker::addBelow(Entry& entry, const Entry& below, const kxNode* node, uint8_t kind)
+void kxBoundingBoxesMaker::addBelow(Entry& entry, const Entry& below)
 {
     if (below.box.isEmpty())
         return;
-    entry.box.extendBy(kind & TRANSFORM ? transformBox(below.box, static_cast<const kxTransform*>(node)->getMatrix())
-                                        : below.box);
+    entry.box.extendBy(below.box);
     entry.followsBones |= below.followsBones;
     entry.standsFree |= below.standsFree;
+}
+
+kxBoundingBoxesMaker::Entry kxBoundingBoxesMaker::inParent(const Entry& entry, const kxNode* node, uint8_t kind)
+{
+    Entry moved = entry;
+    if (kind & TRANSFORM)
+        moved.box = transformBox(entry.box, static_cast<const kxTransform*>(node)->getMatrix());
+    return moved;
+}
+
+// Adds what the node itself does to that of its children.
+void kxBoundingBoxesMaker::finish(Entry& entry, const kxNode* node, uint8_t kind)
+{
+    if (kind & GEOMETRY)
+        addGeometry(entry, static_cast<const kxGeometry*>(node));
+    if (kind & PLACES && !entry.box.isEmpty())
+        place(entry, static_cast<const kxGroup*>(node));
+    entry.state = KNOWN;
 }
 
 void kxBoundingBoxesMaker::place(Entry& entry, const kxGroup* group)
@@ -371,43 +247,49 @@ void kxBoundingBoxesMaker::placeSkinned(Entry& entry, const kxActor* actor)
     entry.standsFree = true;
 }
 
-template <class F>
-void kxBoundingBoxesMaker::forEachOnce(kxNode* root, F callback)
-{
-    kxTSerialMap<bool> seen;
-    std::vector<kxNode*> open;
-    if (root)
-        open.push_back(root);
-    while (!open.empty())
-    {
-        kxNode* node = open.back();
-        open.pop_back();
-        if (std::exchange(seen[node], true))
-            continue;
-        callback(node);
-        if (const auto* group = kxCast<kxGroup>(node))
-            for (uint32_t i = group->getChildCount(); i-- > 0;)
-                if (kxNode* child = group->getChild(i))
-                    open.push_back(child);
-    }
-}
-
-uint32_t kxBoundingBoxesMaker::removeAll(kxNode* root)
+uint32_t kxBoundingBoxesMaker::removeAll(const kxFlatGraph& graph)
 {
     uint32_t count = 0;
-    forEachOnce(root,
-                [&](kxNode* node)
-                {
-                    count += node->_boundingVolume ? 1 : 0;
-                    node->_boundingVolume = nullptr;
-                });
+    for (uint32_t i = 0; i < graph.getCount(); ++i)
+    {
+        if (i + kNodesAhead < graph.getCount())
+            __builtin_prefetch(graph.getNode(i + kNodesAhead));
+        kxNode* node = graph.getNode(i);
+        count += node->_boundingVolume ? 1 : 0;
+        node->_boundingVolume = nullptr;
+    }
     return count;
 }
 
-uint32_t kxBoundingBoxesMaker::apply(kxNode* root)
+uint32_t kxBoundingBoxesMaker::apply(const kxFlatGraph& graph)
 {
     forget();
-    return root ? measure(root, true) : 0;
+    std::vector<Entry> entries(graph.getCount()); // in the space of the parents
+    uint32_t volumeCount = 0;
+    for (uint32_t i = 0; i < graph.getCount(); ++i)
+    {
+        if (i + kNodesAhead < graph.getCount())
+            prefetchTransform(graph.getNode(i + kNodesAhead));
+        if (i + kPartsAhead < graph.getCount())
+            if (const auto children = graph.getChildren(i + kPartsAhead); !children.empty())
+                __builtin_prefetch(&entries[children[0]]);
+        kxNode* node = graph.getNode(i);
+        const uint8_t kind = kindOf(node);
+        Entry entry;
+        const auto children = graph.getChildren(i);
+        for (size_t k = 0; k < children.size(); ++k)
+        {
+            if (k + kPartsAhead < children.size())
+                __builtin_prefetch(&entries[children[k + kPartsAhead]]);
+            if (entries[children[k]].state == KNOWN) // one that is not lies above itself and adds nothing
+                addBelow(entry, entries[children[k]]);
+        }
+        finish(entry, node, kind);
+        setVolume(node, entry.box);
+        volumeCount += node->_boundingVolume ? 1 : 0;
+        entries[i] = inParent(entry, node, kind);
+    }
+    return volumeCount;
 }
 
 void kxBoundingBoxesMaker::setVolume(kxNode* node, const kxAABox& box)
@@ -423,48 +305,39 @@ void kxBoundingBoxesMaker::setVolume(kxNode* node, const kxAABox& box)
     }
 }
 
-uint32_t kxBoundingBoxesMaker::optimize(kxNode* root)
+uint32_t kxBoundingBoxesMaker::optimize(const kxFlatGraph& graph)
 {
-    struct Step
-    {
-        const kxGroup* group;
-        uint32_t next;
-        kxAABox above; // what the nearest volume on the path holds, in the group's own space
-    };
-    std::vector<Step> steps;
-    kxTSerialMap<bool> seen;
+    // What the nearest volume at or above a node holds, in the node's own space.
+    std::vector<kxAABox> held(graph.getCount());
     uint32_t count = 0;
-    auto enter = [&](kxNode* node, kxAABox above)
+    for (uint32_t i = graph.getCount(); i-- > 0;)
     {
-        if (std::exchange(seen[node], true))
-            return;
-        const kxBoundingVolume* volume = node->_boundingVolume;
-        const uint8_t kind = kindOf(node);
-        if (kind & TRANSFORM && !above.isEmpty())
+        if (i >= kNodesAhead)
+            prefetchTransform(graph.getNode(i - kNodesAhead));
+        if (i >= kPartsAhead)
+        {
+            prefetchObject(graph.getNode(i - kPartsAhead)->_boundingVolume);
+            prefetchObject(graph.getNode(i - kPartsAhead)->_parentList);
+        }
+        kxNode* node = graph.getNode(i);
+        const uint32_t parent = graph.getFirstParent(i);
+        kxAABox& above = held[i];
+        if (parent != kxFlatGraph::kNone)
+            above = held[parent];
+        if (kindOf(node) & TRANSFORM && !above.isEmpty())
         {
             const kxMatrix44f& matrix = static_cast<const kxTransform*>(node)->getMatrix();
             above = matrix.determinant() == 0 ? kxAABox() : transformBox(above, matrix.inverse());
         }
-        if (volume && node != root && !above.isEmpty() && holds(volume->_box, above) && node->getParentCount() < 2)
+        const kxBoundingVolume* volume = node->_boundingVolume;
+        if (volume && parent != kxFlatGraph::kNone && !above.isEmpty() && holds(volume->_box, above) &&
+            node->getParentCount() < 2)
         {
             node->_boundingVolume = nullptr;
             ++count;
         }
         else if (volume)
             above = volume->_box;
-        const auto* group = kind & GROUP ? static_cast<const kxGroup*>(node) : nullptr;
-        if (group && group->getChildCount() > 0)
-            steps.push_back({group, 0, above});
-    };
-    if (root)
-        enter(root, kxAABox());
-    while (!steps.empty())
-    {
-        Step& step = steps.back();
-        if (step.next == step.group->getChildCount())
-            steps.pop_back();
-        else if (kxNode* child = step.group->getChild(step.next++))
-            enter(child, step.above);
     }
     return count;
 }

@@ -3,6 +3,7 @@
 
 #include "platform/core/kxTSerialMap.h"
 #include "platform/sg/kxActor.h"
+#include "platform/sg/kxFlatGraph.h"
 #include "platform/sg/kxGeometry.h"
 #include "platform/sg/kxInstanceArray.h"
 
@@ -28,13 +29,18 @@ class kxBoundingBoxesMaker : public kxObject
     void setCreationMemoryPool(kxMemoryPool& pool) { m_pool = &pool; }
 
     /// Removes the volumes of all nodes at and below `root`; answers how many there were. `root` may be null here and below.
-    uint32_t removeAll(kxNode* root);
+    static uint32_t removeAll(kxNode* root) { return removeAll(kxFlatGraph(root)); }
     /// Gives every node that draws something a volume that fits, and takes it from those that draw nothing. A volume that
     /// fits already stays. Answers how many nodes have one now.
-    uint32_t apply(kxNode* root);
+    uint32_t apply(kxNode* root) { return apply(kxFlatGraph(root)); }
     /// Removes the volumes that reject nothing that the volume above them has let pass: those that hold all of it. The
     /// root and nodes with several parents keep theirs. Answers how many are gone.
-    uint32_t optimize(kxNode* root);
+    uint32_t optimize(kxNode* root) { return optimize(kxFlatGraph(root)); }
+
+    /// The same for several of these steps over one graph, which is collected only once.
+    static uint32_t removeAll(const kxFlatGraph& graph);
+    uint32_t apply(const kxFlatGraph& graph);
+    uint32_t optimize(const kxFlatGraph& graph);
 
     /// Box around what is drawn at and below a node, in its own space.
     const kxAABox& getBox(kxNode* node);
@@ -42,6 +48,12 @@ class kxBoundingBoxesMaker : public kxObject
     kxAABox getBoxInParent(kxNode* node);
     /// Box of drawn vertices.
     const kxAABox& getBox(const kxGeometryAttr* attr);
+
+    /// Takes the word of somebody who knows the box of vertex data already.
+    void setBox(const kxGeometryAttr* attr, const kxAABox& box);
+
+    /// Starts to fetch what `getBox` will look up.
+    void prefetchBox(const kxNode* node) { __builtin_prefetch(&m_boxes[node]); }
 
     /// Forgets all boxes.
     void forget() { m_boxes.clear(); }
@@ -77,14 +89,14 @@ private:
     };
 
     uint8_t kindOf(const kxNode* node);
-    uint32_t measure(kxNode* node, bool setsVolumes);
-    static void addBelow(Entry& entry, const Entry& below, const kxNode* node, uint8_t kind);
+    void measure(kxNode* node);
+    static void addBelow(Entry& entry, const Entry& below);
+    static Entry inParent(const Entry& entry, const kxNode* node, uint8_t kind);
+    void finish(Entry& entry, const kxNode* node, uint8_t kind);
     void addGeometry(Entry& entry, const kxGeometry* geometry);
     void place(Entry& entry, const kxGroup* group);
     void placeSkinned(Entry& entry, const kxActor* actor);
     void setVolume(kxNode* node, const kxAABox& box);
-    template <class F>
-    static void forEachOnce(kxNode* root, F callback);
 
     std::vector<uint8_t> m_kinds; // by index of the type
     kxMemoryPool* m_pool = &kxMemoryPool::getDefault();

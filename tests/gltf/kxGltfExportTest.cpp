@@ -5,6 +5,7 @@
 #include "platform/attrs/kxMaterialAttr.h"
 #include "platform/attrs/kxTextureBindAttr.h"
 #include "platform/sg/kxActor.h"
+#include "platform/sg/kxCompiledGraph.h"
 #include "platform/sg/kxGeometry.h"
 #include "platform/sg/kxInstanceArray.h"
 #include "platform/sg/kxLightSet.h"
@@ -218,6 +219,25 @@ TEST_F(GltfExport, SharedNodesAreCopiedAndMeshesAreNot)
     EXPECT_FALSE(save(*directory, "huge.gltf"));
     EXPECT_EQ(m_errors, "huge.gltf: has more than 16777216 nodes once its shared ones are copied\n");
     EXPECT_FALSE(exists("huge.gltf"));
+}
+
+// As a node it would be a parent, and a root that two scenes have in common would be there twice.
+TEST_F(GltfExport, CompiledScenesKeepTheirRoots)
+{
+    const auto shared = group<kxGroup>("shared");
+    auto directory = kxNew<kxDirectory>();
+    for (const char* own : {"A", "B"})
+    {
+        const auto scene = kxNew<kxSceneInfo>();
+        const auto compiled = group<kxCompiledGraph>("", group<kxGroup>("", shared, group<kxGroup>(own)));
+        scene->setSceneGraph(group<kxCompiledGraph>("", compiled));
+        directory->addEntry(scene, own);
+    }
+    ASSERT_TRUE(save(*directory, "out.gltf")) << m_errors;
+    open("out.gltf");
+    EXPECT_EQ(at("scenes/0/nodes"), "[0,1]");
+    EXPECT_EQ(at("scenes/1/nodes"), "[0,2]");
+    EXPECT_EQ(count("nodes"), 3u);
 }
 
 TEST_F(GltfExport, SkinsWeightsAndInstancesFoldIntoTheNode)

@@ -2,6 +2,8 @@
 
 #include "opt/verify/kxPictureComparison.h"
 #include "platform/core/kxReport.h"
+#include "platform/sg/kxInstanceArray.h"
+#include "platform/sg/kxMesh.h"
 #include "platform/sg/kxTransform.h"
 #include "tests/opt/scene/sheetGeometry.h"
 #include "tests/opt/testRun.h"
@@ -9,6 +11,7 @@
 #include "tests/support/kxRandomScene.h"
 
 #include <algorithm>
+#include <limits>
 #include <set>
 
 namespace Kel::Opt
@@ -370,7 +373,12 @@ TEST(kxSpatialPartition, LeavesUncuttableGeometryWhole)
         const char* reason;
         std::function<void(kxGeometry*)> change;
     };
+    auto setPosition = [](kxGeometry* g, float value)
+    { std::memcpy(g->getGeometryAttr()->_arrays->get(0)->_data->getWritableData(), &value, sizeof value); };
     const Row rows[] = {
+        {"geometry with broken vertex data is not cut",
+         [&](kxGeometry* g) { setPosition(g, std::numeric_limits<float>::quiet_NaN()); }},
+        {"geometry with broken vertex data is not cut", [&](kxGeometry* g) { setPosition(g, 1e38f); }},
         {"geometry with children is not cut", [](kxGeometry* g) { g->appendChild(kxNew<kxGroup>()); }},
         {"geometry with morph targets is not cut",
          [](kxGeometry* g) { g->getGeometryAttr()->_morphTargets->append(kxNew<kxMorphTarget>()); }},
@@ -414,6 +422,26 @@ TEST(kxSpatialPartition, LeavesUncuttableGeometryWhole)
     EXPECT_EQ(first->getChild(0u)->getName().str(), "SpatialPartition");
 }
 
+// An instance array in a file repeats a mesh, not the groups of its pieces: what one draws, in whatever scene, stays whole for
+// all who draw it.
+TEST(kxSpatialPartition, LeavesInstancedGeometryWhole)
+{
+    const auto mesh = kxNew<kxMesh>();
+    mesh->appendChild(makeGeometry(makeSheet(8, kxPrimitiveMode::TRIANGLES)));
+    const auto array = kxNew<kxInstanceArray>();
+    const auto root = kxNew<kxGroup>(), other = kxNew<kxGroup>();
+    for (kxGroup* parent : {root.get(), static_cast<kxGroup*>(array.get())})
+        parent->appendChild(mesh);
+    other->appendChild(array);
+    for (const auto& top : {root, other})
+    {
+        TestScene scene(top);
+        const RunResult result = runOptimization(scene, "kxSpatialPartition", {{"splitGeometry", "true"}});
+        EXPECT_TRUE(kxCast<kxGeometry>(mesh->getChild(0u)));
+        EXPECT_EQ(result.refusals.at("drawn many times by an instance array"), 1);
+    }
+}
+
 // Triangles as large as the whole cannot be cut into less: they may grow by a few times, not without end.
 TEST(kxSpatialPartition, LargeTrianglesDoNotMultiply)
 {
@@ -426,11 +454,21 @@ TEST(kxSpatialPartition, LargeTrianglesDoNotMultiply)
     attr->_arrays->append(makeArray("POSITION", kxComponentType::FLOAT32, 3, positions));
     TestScene scene(makeGeometry(attr));
     const kxDrawList before = picture(scene.root());
-    const RunResult result = runOptimization(scene, "kxSpatialPartition", {{"splitGeometry", "true"}});
-    int64_t triangles = 0;
-    forEachGeometry(scene.root(), [&](kxGeometry* geometry) { triangles += geometry->getTriangleCount(); });
-    EXPECT_GT(result.refusals.at("geometry would grow by more cuts"), 0);
-    EXPECT_LT(triangles, 200 * 50);
+    TestRun run;
+    const auto partition = run.create<kxSpatialPartition>();
+    partition->setSplitGeometry(true);
+    int64_t counts[2] = {};
+    for (int64_t& count : counts) // again for another scene of the file that has the same root
+    {
+        kxSmartPointer<kxNode> root = scene.root();
+        ASSERT_TRUE(partition->apply(root));
+        scene.info->setSceneGraph(root);
+        forEachGeometry(root, [&](kxGeometry* geometry) { count += geometry->getTriangleCount(); });
+    }
+    EXPECT_LT(counts[0], 200 * 50);
+    EXPECT_EQ(counts[1], counts[0]);
+    ASSERT_FALSE(partition->getRefusals().empty());
+    EXPECT_EQ(partition->getRefusals()[0].reason, "geometry would grow by more cuts");
     EXPECT_EQ(compare(before, picture(scene.root())), "");
 }
 

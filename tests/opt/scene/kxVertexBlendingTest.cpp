@@ -7,6 +7,7 @@
 #include "platform/sg/kxActor.h"
 #include "platform/sg/kxJoint.h"
 #include "platform/sg/kxMesh.h"
+#include "platform/sg/kxSwitch.h"
 #include "tests/opt/testRun.h"
 #include "tests/support/kxExpectOptimized.h"
 
@@ -219,6 +220,15 @@ TEST(kxVertexBlending, LeavesAlone)
              group->appendChild(makeBand(5));
          },
          "16", "a group below has several parents", 2, true},
+        {"the child of a switch",
+         [](kxAttrSet* set)
+         {
+             auto choice = kxNew<kxSwitch>();
+             set->appendChild(choice);
+             choice->appendChild(makeBand(5));
+             choice->appendChild(makeBand(6));
+         },
+         "16", "geometry is chosen by its place", 3, true},
         {"a set below with its own palette", [](kxAttrSet* set) { set->appendChild(makeSet(5, makeBand(5))); }, "16",
          "", 3, false},
         {"geometry in groups below",
@@ -296,6 +306,24 @@ TEST(kxLimitActorBlendPalettes, SplitsMeshesOfActors)
     const std::string after = sceneBytes(scene);
     runOptimization(scene, "kxLimitActorBlendPalettes", {});
     EXPECT_TRUE(sceneBytes(scene) == after) << "a second run changes the scene";
+}
+
+// Parts of what a switch shows are shown together, and the other children keep their places.
+TEST(kxLimitActorBlendPalettes, KeepsThePlacesOfSwitches)
+{
+    auto actor = kxNew<kxActor>();
+    auto choice = kxNew<kxSwitch>();
+    actor->appendChild(choice);
+    choice->appendChild(makeBand(40));
+    const auto other = makeBand(5);
+    choice->appendChild(other);
+    TestScene scene(actor);
+    const kxDrawList before = picture(actor);
+    const RunResult result = runOptimization(scene, "kxLimitActorBlendPalettes", {});
+    EXPECT_EQ(result.counters.at("parts made"), 3);
+    EXPECT_EQ(choice->getChild(1u), other.get());
+    EXPECT_TRUE(isSame(before, picture(actor)));
+    EXPECT_EQ(findLinkFaults(actor), "");
 }
 
 } // namespace Kel::Opt

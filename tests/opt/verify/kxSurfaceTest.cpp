@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstring>
 #include <functional>
 
@@ -18,9 +19,12 @@ namespace
 {
 
 // Both halves of a quad below a transform.
-TestScene cutScene(const char* text, const std::function<void(kxGeometry*, kxGeometry*)>& change)
+TestScene cutScene(
+    const char* text, const std::function<void(kxGeometry*, kxGeometry*)>& change,
+    const std::function<void(kxNode*)>& prepare = [](kxNode*) {})
 {
     TestScene scene = parseScene(text);
+    prepare(scene.root());
     auto* parent = kxCast<kxGroup>(scene.root());
     const kxSmartPointer<kxGeometry> geometry = kxCast<kxGeometry>(parent->getChild(0u));
     kxGeometryCutter cutter;
@@ -91,6 +95,30 @@ TEST(kxSurface, TellsCutsFromDamage)
     for (const Row& row : rows)
         for (const char* text : {"Transform<5 0 0>(Geometry{quad})", "Transform<50000 0 0 scale 3>(Geometry{quad})"})
             EXPECT_EQ(isSame(parseScene(text), cutScene(text, row.change)), row.same) << row.what << " in " << text;
+}
+
+// Normals that all lie near one axis: along it their numbers hardly differ, and those of new vertices leave that range.
+TEST(kxSurface, NormalsMayTiltALittle)
+{
+    const char* const kQuad = "Group(Geometry{quad})";
+    for (const float tilt : {0.05f, 0.4f})
+    {
+        auto bend = [&](kxNode* root)
+        {
+            auto* geometry = kxCast<kxGeometry>(kxCast<kxGroup>(root)->getChild(0u));
+            for (int vertex = 0; vertex < 4; ++vertex)
+            {
+                setNumber(geometry, "NORMAL", vertex, 0, vertex % 2 ? std::sin(tilt) : -std::sin(tilt));
+                setNumber(geometry, "NORMAL", vertex, 2, std::cos(tilt));
+            }
+        };
+        const TestScene whole = parseScene(kQuad);
+        bend(whole.root());
+        const auto isAlike = [&](const std::function<void(kxGeometry*, kxGeometry*)>& change)
+        { return isSame(whole, cutScene(kQuad, change, bend)); };
+        EXPECT_TRUE(isAlike([](kxGeometry*, kxGeometry*) {})) << tilt;
+        EXPECT_FALSE(isAlike([](kxGeometry*, kxGeometry* piece) { setNumber(piece, "NORMAL", 0, 0, 1); })) << tilt;
+    }
 }
 
 } // namespace Kel::Opt
