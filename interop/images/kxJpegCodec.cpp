@@ -47,7 +47,7 @@ void noteWarning(j_common_ptr common, int level)
     auto* errors = reinterpret_cast<Errors*>(common->err);
     const int code = common->err->msg_code;
     if (level >= 0 || errors->isDamaged || code == JWRN_EXTRANEOUS_DATA || code == JWRN_ADOBE_XFORM ||
-        code == JWRN_JFIF_MAJOR || code == JWRN_TOO_MUCH_DATA)
+        code == JWRN_JFIF_MAJOR || code == JWRN_TOO_MUCH_DATA || code == JWRN_BOGUS_ICC || code == JWRN_NOT_SEQUENTIAL)
         return;
     errors->isDamaged = true;
     common->err->format_message(common, errors->text);

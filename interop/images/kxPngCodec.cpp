@@ -192,7 +192,9 @@ bool decodeRaw(spng_ctx* context, const Layout& layout, const uint8_t* bytes, si
     // the compressed stream.
     if (!error)
         error = spng_decode_chunks(context);
-    if (error)
+    if (error == SPNG_EBADSTATE) // the decoder's word for it
+        fault = "PNG: no pixels";
+    else if (error)
         fault = kxFormat("PNG: %s", spng_strerror(error));
     else if (!isPngChecksumRight(bytes, byteCount, isInterlaced ? nullptr : &sum))
         fault = "PNG: the checksum of the pixels is wrong";

@@ -237,6 +237,77 @@ TEST_F(kxImageCodecTest, SubsamplingIsThatOfTheColors)
     }
 }
 
+/// Faults beside the pixels: a piece of a profile that says it is the second of two, and a scan whose range of coefficients
+/// reads 0 to 0, as some cameras write it.
+TEST_F(kxImageCodecTest, StrangeButWholeFilesAreRead)
+{
+    auto image = makeImage(rgb_888_24, 16, 16);
+    image->_mimeType = "image/jpeg";
+    image->_quality = 90;
+    kxImageFileForm form;
+    const auto wanted = writeAndRead(*image, false, form);
+    const std::vector<uint8_t> bytes(form.bytes->getData(), form.bytes->getData() + form.bytes->getSize());
+    std::vector<uint8_t> withProfile = bytes, withRange = bytes;
+    const std::string_view piece("\xff\xe2\0\x12ICC_PROFILE\0\2\2xx", 20);
+    withProfile.insert(withProfile.begin() + 2, piece.begin(), piece.end());
+    const uint8_t marker[] = {0xff, 0xda};
+    const auto scan = std::search(withRange.begin(), withRange.end(), marker, marker + 2);
+    ASSERT_NE(scan, withRange.end());
+    scan[12] = 0; // behind length, number of components and two bytes for each of three: first and last coefficient
+    for (const std::vector<uint8_t>& strange : {withProfile, withRange})
+    {
+        const kxReportCollector collector;
+        auto again = kxNew<kxImage>();
+        again->_encoded = kxMemoryBlock::copyOf(strange.data(), strange.size());
+        EXPECT_EQ(largestDifference(pictureOf(*again), pictureOf(*wanted)), 0) << collector.m_errors;
+        EXPECT_EQ(again->_colorProfile, nullptr);
+    }
+}
+
+TEST_F(kxImageCodecTest, SecondHeadsOfDds)
+{
+    auto image = makeImage(rgb_888_24, 6, 4);
+    kxImageFileForm form;
+    auto wide = kxNew<kxImage>();
+    ASSERT_TRUE(wide->convert(rgba_8888_32, image));
+    wide->_mimeType = "image/vnd-ms.dds";
+    ASSERT_TRUE(kxImageCodec::encodeForFile(*wide, false, form));
+    const struct
+    {
+        uint32_t letters;
+        uint32_t second[4]; // format, dimensions + 1, flags, layers
+        const char* fault;
+    } cases[] = {
+        {0x30315844, {87, 3, 0, 1}, nullptr}, // colours with alpha
+        {0x30315844, {88, 3, 0, 1}, nullptr}, // and with a byte that means nothing
+        {0x30315844, {87, 3, 4, 1}, "a cube"}, {0x30315844, {87, 0, 0, 1}, "a volume"},
+        {0x30315844, {87, 3, 0, 2}, "a list"}, {0x30315844, {2, 3, 0, 1}, "format 2 "},
+        {0x55344342, {}, "format BC4U "},      {10, {}, "format 10 "}, // a line feed, taken for a letter
+    };
+    for (const auto& c : cases)
+    {
+        std::vector<uint8_t> bytes(form.bytes->getData(), form.bytes->getData() + form.bytes->getSize());
+        bytes[80] = 4; // four letters
+        std::memcpy(&bytes[84], &c.letters, 4);
+        const auto* second = reinterpret_cast<const uint8_t*>(c.second);
+        bytes.insert(bytes.begin() + 128, second, second + 16);
+        bytes.insert(bytes.begin() + 144, 4, 0);
+        auto again = kxNew<kxImage>();
+        again->_encoded = kxMemoryBlock::copyOf(bytes.data(), bytes.size());
+        const kxReportCollector collector;
+        SCOPED_TRACE(testing::Message() << c.letters << " " << c.second[0]);
+        EXPECT_EQ(again->ensurePixels(), c.fault == nullptr);
+        EXPECT_EQ(std::count(collector.m_errors.begin(), collector.m_errors.end(), '\n'), c.fault ? 1 : 0);
+        if (c.fault)
+        {
+            EXPECT_NE(collector.m_errors.find(c.fault), std::string::npos) << collector.m_errors;
+            continue;
+        }
+        EXPECT_EQ(again->getFormat(), c.second[0] == 87 ? rgba_8888_32 : rgb_888_24);
+        EXPECT_EQ(largestDifference(pictureOf(*again), pictureOf(*image)), 0);
+    }
+}
+
 TEST_F(kxImageCodecTest, ProfilesThatDoNotFitTheComponentsAreLeftOut)
 {
     for (const char* space : {"RGB ", "GRAY"})
