@@ -2,6 +2,7 @@
 #include "interop/images/kxPngCodec.h"
 
 #include "interop/images/kxColorProfile.h"
+#include "interop/images/kxOrientation.h"
 #include "interop/images/kxPngChecksum.h"
 #include "platform/core/kxReport.h"
 
@@ -142,6 +143,8 @@ void readColorInformation(spng_ctx* context, kxImage& image)
     spng_chrm_int chromaticities;
     if (spng_get_chrm_int(context, &chromaticities) == 0)
         image._chromaticities = kxMemoryBlock::copyOf(&chromaticities, sizeof chromaticities);
+    if (spng_exif notes; spng_get_exif(context, &notes) == 0)
+        image._orientation = readOrientation(reinterpret_cast<const uint8_t*>(notes.data), notes.length);
 }
 
 kxSmartPointer<kxClut> makePalette(const Layout& layout)
@@ -338,6 +341,10 @@ kxSmartPointer<kxMemoryBlock> kxPngCodec::encode(kxImage& image, std::string& fa
     }
     else if (!error && image._srgbIntent > 0 && image._srgbIntent <= 4) // a file has one or the other
         error = spng_set_srgb(context.get(), static_cast<uint8_t>(image._srgbIntent - 1));
+    auto directory = writeOrientation(image._orientation);
+    spng_exif notes = {directory.size(), reinterpret_cast<char*>(directory.data())};
+    if (!error && image._orientation >= 1 && image._orientation <= 8)
+        error = spng_set_exif(context.get(), &notes);
     if (!error)
         error = spng_encode_image(context.get(), pixels, source->getByteSize(), SPNG_FMT_PNG, SPNG_ENCODE_FINALIZE);
     if (!error)

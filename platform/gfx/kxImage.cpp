@@ -38,6 +38,8 @@ void kxImage::listFields(kxFields<kxImage>& fields)
                "rendering intent of a file that calls its colours sRGB, plus 1; 0 for none");
     fields.add(&kxImage::_chromaticities, "_chromaticities",
                "x and y of white, red, green and blue that the file gives, in 1/100000, each of 32 bits");
+    fields.add(&kxImage::_orientation, "_orientation",
+               "how the file asks viewers to turn the picture, 1 to 8 as cameras note it, 0 for not at all");
 }
 
 bool kxImage::userCheckLoaded(std::string& fault) const
@@ -187,6 +189,7 @@ bool kxImage::ensurePixels()
     _colorProfile = decoded->_colorProfile;
     _srgbIntent = decoded->_srgbIntent;
     _chromaticities = decoded->_chromaticities;
+    _orientation = decoded->_orientation;
     if (_mimeType.isEmpty())
         _mimeType = codec->getMimeType();
     return true;

@@ -1,4 +1,5 @@
 // Image files: real ones against a second decoder, written ones read again, broken ones.
+#include "interop/images/kxOrientation.h"
 #include "interop/images/libKXImageIO.h"
 #include "platform/core/kxFile.h"
 #include "platform/core/kxMappedFile.h"
@@ -449,6 +450,36 @@ TEST_F(kxImageCodecTest, ColorInformationTravels)
     image->_srgbIntent = 2;
     kxImageFileForm form;
     EXPECT_EQ(writeAndRead(*image, false, form)->_srgbIntent, 2u);
+}
+
+/// What a viewer turns before, it turns after.
+TEST_F(kxImageCodecTest, OrientationTravels)
+{
+    for (const char* mimeType : {"", "image/jpeg"})
+    {
+        auto image = makeImage(rgb_888_24, 8, 8);
+        image->_mimeType = mimeType;
+        image->_quality = *mimeType ? 80 : 0;
+        image->_orientation = 6;
+        kxImageFileForm form;
+        EXPECT_EQ(writeAndRead(*image, false, form)->_orientation, 6u) << mimeType;
+    }
+    // Two entries, low byte first; cut short anywhere it says nothing.
+    const uint8_t notes[] = {'I', 'I', '*', 0, 8, 0,    0, 0, 2, 0, 0x0f, 1, 2, 0, 1, 0, 0,
+                             0,   0,   0,   0, 0, 0x12, 1, 3, 0, 1, 0,    0, 0, 3, 0, 0, 0};
+    EXPECT_EQ(Interop::readOrientation(notes, sizeof notes), 3u);
+    for (size_t count = 0; count < sizeof notes; ++count)
+    {
+        const std::vector<uint8_t> cut(notes, notes + count); // of its own, so that a read beyond is seen
+        EXPECT_EQ(Interop::readOrientation(cut.data(), count), 0u) << count;
+    }
+    for (const fs::path& path : sharedImages("jpeg"))
+        if (path.string().find("orientation_6") != std::string::npos)
+        {
+            auto image = load(path);
+            ASSERT_TRUE(image->ensurePixels());
+            EXPECT_EQ(image->_orientation, 6u);
+        }
 }
 
 TEST_F(kxImageCodecTest, LimitsHoldBeforeMemoryIsTaken)
