@@ -1,5 +1,4 @@
 // Image files: real ones against a second decoder, written ones read again, broken ones.
-#include "interop/images/kxOrientation.h"
 #include "interop/images/libKXImageIO.h"
 #include "platform/core/kxFile.h"
 #include "platform/core/kxMappedFile.h"
@@ -265,50 +264,6 @@ TEST_F(kxImageCodecTest, StrangeButWholeFilesAreRead)
     }
 }
 
-TEST_F(kxImageCodecTest, SecondHeadsOfDds)
-{
-    auto image = makeImage(rgb_888_24, 6, 4);
-    kxImageFileForm form;
-    auto wide = kxNew<kxImage>();
-    ASSERT_TRUE(wide->convert(rgba_8888_32, image));
-    wide->_mimeType = "image/vnd-ms.dds";
-    ASSERT_TRUE(kxImageCodec::encodeForFile(*wide, false, form));
-    const struct
-    {
-        uint32_t letters;
-        uint32_t second[4]; // format, dimensions + 1, flags, layers
-        const char* fault;
-    } cases[] = {
-        {0x30315844, {87, 3, 0, 1}, nullptr}, // colours with alpha
-        {0x30315844, {88, 3, 0, 1}, nullptr}, // and with a byte that means nothing
-        {0x30315844, {87, 3, 4, 1}, "a cube"}, {0x30315844, {87, 0, 0, 1}, "a volume"},
-        {0x30315844, {87, 3, 0, 2}, "a list"}, {0x30315844, {2, 3, 0, 1}, "format 2 "},
-        {0x55344342, {}, "format BC4U "},      {10, {}, "format 10 "}, // a line feed, taken for a letter
-    };
-    for (const auto& c : cases)
-    {
-        std::vector<uint8_t> bytes(form.bytes->getData(), form.bytes->getData() + form.bytes->getSize());
-        bytes[80] = 4; // four letters
-        std::memcpy(&bytes[84], &c.letters, 4);
-        const auto* second = reinterpret_cast<const uint8_t*>(c.second);
-        bytes.insert(bytes.begin() + 128, second, second + 16);
-        bytes.insert(bytes.begin() + 144, 4, 0);
-        auto again = kxNew<kxImage>();
-        again->_encoded = kxMemoryBlock::copyOf(bytes.data(), bytes.size());
-        const kxReportCollector collector;
-        SCOPED_TRACE(testing::Message() << c.letters << " " << c.second[0]);
-        EXPECT_EQ(again->ensurePixels(), c.fault == nullptr);
-        EXPECT_EQ(std::count(collector.m_errors.begin(), collector.m_errors.end(), '\n'), c.fault ? 1 : 0);
-        if (c.fault)
-        {
-            EXPECT_NE(collector.m_errors.find(c.fault), std::string::npos) << collector.m_errors;
-            continue;
-        }
-        EXPECT_EQ(again->getFormat(), c.second[0] == 87 ? rgba_8888_32 : rgb_888_24);
-        EXPECT_EQ(largestDifference(pictureOf(*again), pictureOf(*image)), 0);
-    }
-}
-
 TEST_F(kxImageCodecTest, ProfilesThatDoNotFitTheComponentsAreLeftOut)
 {
     for (const char* space : {"RGB ", "GRAY"})
@@ -463,15 +418,6 @@ TEST_F(kxImageCodecTest, OrientationTravels)
         image->_orientation = 6;
         kxImageFileForm form;
         EXPECT_EQ(writeAndRead(*image, false, form)->_orientation, 6u) << mimeType;
-    }
-    // Two entries, low byte first; cut short anywhere it says nothing.
-    const uint8_t notes[] = {'I', 'I', '*', 0, 8, 0,    0, 0, 2, 0, 0x0f, 1, 2, 0, 1, 0, 0,
-                             0,   0,   0,   0, 0, 0x12, 1, 3, 0, 1, 0,    0, 0, 3, 0, 0, 0};
-    EXPECT_EQ(Interop::readOrientation(notes, sizeof notes), 3u);
-    for (size_t count = 0; count < sizeof notes; ++count)
-    {
-        const std::vector<uint8_t> cut(notes, notes + count); // of its own, so that a read beyond is seen
-        EXPECT_EQ(Interop::readOrientation(cut.data(), count), 0u) << count;
     }
     for (const fs::path& path : sharedImages("jpeg"))
         if (path.string().find("orientation_6") != std::string::npos)
