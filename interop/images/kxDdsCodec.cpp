@@ -39,6 +39,7 @@ constexpr size_t kSecondHeaderBytes = 20; // behind the first one when the four 
 
 constexpr uint32_t kHasFourLetters = 0x4, kHasAlpha = 0x1, kIsAlphaOnly = 0x2, kIsRgb = 0x40, kIsLuminance = 0x20000;
 constexpr uint32_t kIsCubeOrVolume = 0x200 | 0x200000;
+constexpr uint32_t kIsFlat = 3, kIsCube = 0x4; // of the second header: its dimensions, its flags
 
 constexpr uint32_t fourLetters(const char (&text)[5])
 {
@@ -102,6 +103,8 @@ const NumberedLayout kNumberedLayouts[] = {
     {29, 0, kIsRgb | kHasAlpha, 32, {0x000000ff, 0x0000ff00, 0x00ff0000, 0xff000000}},
     {87, 0, kIsRgb | kHasAlpha, 32, {0x00ff0000, 0x0000ff00, 0x000000ff, 0xff000000}},
     {91, 0, kIsRgb | kHasAlpha, 32, {0x00ff0000, 0x0000ff00, 0x000000ff, 0xff000000}},
+    {88, 0, kIsRgb, 32, {0x00ff0000, 0x0000ff00, 0x000000ff, 0}},
+    {93, 0, kIsRgb, 32, {0x00ff0000, 0x0000ff00, 0x000000ff, 0}},
     {61, 0, kIsLuminance, 8, {0xff, 0, 0, 0}},
     {65, 0, kIsAlphaOnly, 8, {0, 0, 0, 0xff}},
     {85, 0, kIsRgb, 16, {0xf800, 0x07e0, 0x001f, 0}},
@@ -136,6 +139,17 @@ KX_GFX_TEXTURE_FORMAT formatOf(const Content& content)
     if (content.flags & kIsLuminance)
         return content.masks[3] ? la_88_16 : l_8;
     return content.masks[3] ? rgba_8888_32 : rgb_888_24;
+}
+
+/// The four letters; where they are none, as of formats that older writers give by number, the number.
+std::string nameOfLetters(uint32_t letters)
+{
+    std::string name;
+    for (uint32_t rest = letters; rest; rest >>= 8)
+        name += static_cast<char>(rest & 255);
+    const bool isText =
+        name.size() == 4 && std::all_of(name.begin(), name.end(), [](char c) { return c > ' ' && c <= '~'; });
+    return isText ? name : kxFormat("%u", letters);
 }
 
 bool readContent(const uint8_t* bytes, size_t byteCount, Content& content, std::string& fault)
@@ -181,10 +195,15 @@ bool readContent(const uint8_t* bytes, size_t byteCount, Content& content, std::
         content.start += kSecondHeaderBytes;
         const auto* layout = std::find_if(std::begin(kNumberedLayouts), std::end(kNumberedLayouts),
                                           [&](const NumberedLayout& l) { return l.number == second[0]; });
-        if (layout == std::end(kNumberedLayouts) || second[1] != 3 || second[3] > 1)
+        // A second header may tell of a cube that the first keeps quiet about.
+        if (second[1] != kIsFlat || second[2] & kIsCube || second[3] > 1)
         {
-            fault = kxFormat("DDS: format %u of %u dimensions and %u layers is not read", second[0], second[1] - 1,
-                             second[3]);
+            fault = "DDS: a line, a volume, a cube or a list of images, only single flat ones are read";
+            return false;
+        }
+        if (layout == std::end(kNumberedLayouts))
+        {
+            fault = kxFormat("DDS: format %u is not read", second[0]);
             return false;
         }
         letters = layout->letters;
@@ -198,7 +217,7 @@ bool readContent(const uint8_t* bytes, size_t byteCount, Content& content, std::
                                           [&](const BlockLayout& l) { return l.letters == letters; });
         if (layout == std::end(kBlockLayouts))
         {
-            fault = kxFormat("DDS: blocks of the kind %.4s are not read", reinterpret_cast<const char*>(&letters));
+            fault = kxFormat("DDS: format %s is not read", nameOfLetters(letters).c_str());
             return false;
         }
         content.isBlocks = true;

@@ -3,6 +3,7 @@
 #include "interop/images/kxJpegCodec.h"
 
 #include "interop/images/kxColorProfile.h"
+#include "interop/images/kxOrientation.h"
 #include "platform/core/kxReport.h"
 
 #include <csetjmp>
@@ -13,7 +14,9 @@
 #include <jerror.h>
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
+#include <string_view>
 
 namespace Kel::Interop
 {
@@ -25,6 +28,9 @@ namespace
 
 /// Progressive files may repeat scans without end; no encoder makes more than a few dozen.
 constexpr int kLargestScan = 200;
+
+/// What stands before a camera's notes.
+constexpr std::string_view kExifHead("Exif\0\0", 6);
 
 struct Errors
 {
@@ -47,7 +53,7 @@ void noteWarning(j_common_ptr common, int level)
     auto* errors = reinterpret_cast<Errors*>(common->err);
     const int code = common->err->msg_code;
     if (level >= 0 || errors->isDamaged || code == JWRN_EXTRANEOUS_DATA || code == JWRN_ADOBE_XFORM ||
-        code == JWRN_JFIF_MAJOR || code == JWRN_TOO_MUCH_DATA)
+        code == JWRN_JFIF_MAJOR || code == JWRN_TOO_MUCH_DATA || code == JWRN_BOGUS_ICC || code == JWRN_NOT_SEQUENTIAL)
         return;
     errors->isDamaged = true;
     common->err->format_message(common, errors->text);
@@ -86,7 +92,8 @@ struct Decoder
         jpeg_create_decompress(&codec);
         codec.progress = &progress;
         jpeg_mem_src(&codec, bytes, static_cast<unsigned long>(byteCount));
-        jpeg_save_markers(&codec, JPEG_APP0 + 2, 0xffff);
+        jpeg_save_markers(&codec, JPEG_APP0 + 1, 0xffff); // a camera's notes
+        jpeg_save_markers(&codec, JPEG_APP0 + 2, 0xffff); // the colour profile
         jpeg_read_header(&codec, TRUE);
         if (codec.num_components == 4)
             codec.out_color_space = JCS_CMYK;
@@ -113,8 +120,18 @@ struct Decoder
         }
         if (jpeg_read_icc_profile(&codec, &profile, &profileBytes) == FALSE)
             profile = nullptr;
-        jpeg_finish_decompress(&codec);
+        orientation = findOrientation();
+        jpeg_finish_decompress(&codec); // drops the markers
         return !errors.isDamaged;
+    }
+
+    uint32_t findOrientation() const
+    {
+        for (const jpeg_marker_struct* marker = codec.marker_list; marker; marker = marker->next)
+            if (marker->marker == JPEG_APP0 + 1 && marker->data_length > kExifHead.size() &&
+                std::memcmp(marker->data, kExifHead.data(), kExifHead.size()) == 0)
+                return readOrientation(marker->data + kExifHead.size(), marker->data_length - kExifHead.size());
+        return 0;
     }
 
     void convertInks(const uint8_t* inks, uint8_t* target) const
@@ -132,6 +149,7 @@ struct Decoder
     Errors errors;
     JOCTET* profile = nullptr; // of malloc, freed by the caller
     unsigned int profileBytes = 0;
+    uint32_t orientation = 0;
 };
 
 struct Encoder
@@ -144,7 +162,7 @@ struct Encoder
     }
 
     bool write(const uint8_t* pixels, uint32_t width, uint32_t height, int channelCount, int quality, int subsampling,
-               const kxMemoryBlock* colorProfile)
+               uint32_t orientation, const kxMemoryBlock* colorProfile)
     {
         if (setjmp(errors.exit))
             return false;
@@ -163,6 +181,14 @@ struct Encoder
             codec.comp_info[0].v_samp_factor = subsampling % 10;
         }
         jpeg_start_compress(&codec, TRUE);
+        if (orientation >= 1 && orientation <= 8)
+        {
+            JOCTET notes[6 + 26];
+            std::copy(kExifHead.begin(), kExifHead.end(), notes);
+            const auto directory = writeOrientation(orientation);
+            std::copy(directory.begin(), directory.end(), notes + kExifHead.size());
+            jpeg_write_marker(&codec, JPEG_APP0 + 1, notes, sizeof notes);
+        }
         if (colorProfile)
             jpeg_write_icc_profile(&codec, colorProfile->getData(), static_cast<unsigned>(colorProfile->getSize()));
         const size_t stride = size_t(width) * static_cast<size_t>(channelCount);
@@ -265,6 +291,7 @@ bool kxJpegCodec::decode(const uint8_t* bytes, size_t byteCount, kxImage& image,
     // A profile of four inks says nothing about the colours made of them.
     if (profile && codec.num_components != 4)
         image._colorProfile = kxMemoryBlock::copyOf(profile.get(), decoder->profileBytes);
+    image._orientation = decoder->orientation;
     image._quality = std::make_unique<Encoder>()->estimateQuality(codec.quant_tbl_ptrs[0]);
     return true;
 }
@@ -281,6 +308,7 @@ kxSmartPointer<kxMemoryBlock> kxJpegCodec::encode(kxImage& image, std::string& f
     const auto encoder = std::make_unique<Encoder>();
     if (encoder->write(image.getPixels(), image.getWidth(), image.getHeight(), image.getFormat() == l_8 ? 1 : 3,
                        image._quality ? static_cast<int>(image._quality) : 90, static_cast<int>(image._subsampling),
+                       image._orientation,
                        isProfileOf(image._colorProfile, image.getFormat() == l_8) ? image._colorProfile.get()
                                                                                   : nullptr))
         return kxMemoryBlock::copyOf(encoder->file, encoder->fileBytes);

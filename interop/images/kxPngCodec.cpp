@@ -1,7 +1,9 @@
-// PNG through libspng, which is strict: a file with a wrong checksum or missing rows is broken.
+// PNG through libspng. A file with a wrong checksum or missing rows is broken.
 #include "interop/images/kxPngCodec.h"
 
 #include "interop/images/kxColorProfile.h"
+#include "interop/images/kxOrientation.h"
+#include "interop/images/kxPngChecksum.h"
 #include "platform/core/kxReport.h"
 
 #include <spng.h>
@@ -89,11 +91,7 @@ struct SampleReader
     uint32_t get(size_t index) const
     {
         if (depth == 16)
-        {
-            uint16_t sample; // the decoder has put it into the processor's order
-            std::memcpy(&sample, row + 2 * index, 2);
-            return sample;
-        }
+            return static_cast<uint32_t>(row[2 * index] << 8 | row[2 * index + 1]);
         const size_t bit = index * depth;
         return row[bit / 8] >> (8 - depth - bit % 8) & ((1u << depth) - 1);
     }
@@ -145,6 +143,8 @@ void readColorInformation(spng_ctx* context, kxImage& image)
     spng_chrm_int chromaticities;
     if (spng_get_chrm_int(context, &chromaticities) == 0)
         image._chromaticities = kxMemoryBlock::copyOf(&chromaticities, sizeof chromaticities);
+    if (spng_exif notes; spng_get_exif(context, &notes) == 0)
+        image._orientation = readOrientation(reinterpret_cast<const uint8_t*>(notes.data), notes.length);
 }
 
 kxSmartPointer<kxClut> makePalette(const Layout& layout)
@@ -159,6 +159,51 @@ kxSmartPointer<kxClut> makePalette(const Layout& layout)
         std::copy_n(rgba, 4, entries + 4 * i);
     }
     return kxClut::create(entries, layout.palette.n_entries);
+}
+
+size_t rowBytesOf(const spng_ihdr& head)
+{
+    return (size_t(head.width) * channelCount(head) * head.bit_depth + 7) / 8;
+}
+
+/// Decodes the pixels as the file has them, samples of 16 bits high byte first, and checks all of the file.
+bool decodeRaw(spng_ctx* context, const Layout& layout, const uint8_t* bytes, size_t byteCount, uint8_t* raw,
+               size_t rawBytes, std::string& fault)
+{
+    const spng_ihdr& head = layout.head;
+    const size_t rowBytes = rowBytesOf(head);
+    kxPngChecksum sum(rowBytes, std::max(1u, channelCount(head) * head.bit_depth / 8));
+    const bool isInterlaced = head.interlace_method != 0;
+    int error = 0;
+    if (isInterlaced)
+        error = spng_decode_image(context, raw, rawBytes, SPNG_FMT_RAW, 0);
+    else
+        error = spng_decode_image(context, nullptr, 0, SPNG_FMT_RAW, SPNG_DECODE_PROGRESSIVE);
+    for (size_t y = 0; !isInterlaced && !error && y < head.height; ++y)
+    {
+        uint8_t* row = raw + y * rowBytes;
+        spng_row_info info = {};
+        error = spng_get_row_info(context, &info);
+        if (!error)
+            error = spng_decode_row(context, row, rowBytes);
+        if (error == SPNG_EOI) // with the last row
+            error = y + 1 == head.height ? 0 : SPNG_EIDAT_TOO_SHORT;
+        if (!error)
+            sum.addRow(info.filter, row, y ? row - rowBytes : nullptr);
+    }
+    // The decoder stops at the last pixel; the checksum of the piece that holds it stands behind that, and so does the one of
+    // the compressed stream.
+    if (!error)
+        error = spng_decode_chunks(context);
+    if (error == SPNG_EBADSTATE) // the decoder's word for it
+        fault = "PNG: no pixels";
+    else if (error)
+        fault = kxFormat("PNG: %s", spng_strerror(error));
+    else if (!isPngChecksumRight(bytes, byteCount, isInterlaced ? nullptr : &sum))
+        fault = "PNG: the checksum of the pixels is wrong";
+    else
+        return true;
+    return false;
 }
 
 } // namespace
@@ -186,39 +231,30 @@ bool kxPngCodec::decode(const uint8_t* bytes, size_t byteCount, kxImage& image, 
     if (!readLayout(context.get(), bytes, byteCount, layout, fault))
         return false;
     const spng_ihdr& head = layout.head;
-    size_t rawBytes = 0;
-    int error = spng_decoded_image_size(context.get(), SPNG_FMT_PNG, &rawBytes);
-    if (!error && rawBytes / kLargestRatio > byteCount)
+    const size_t rowBytes = rowBytesOf(head), rawBytes = rowBytes * head.height;
+    if (rawBytes / kLargestRatio > byteCount)
     {
         fault = kxFormat("PNG: %u x %u pixels cannot come out of %zu bytes", head.width, head.height, byteCount);
         return false;
     }
-    if (!error)
+    image.setSize(head.width, head.height, layout.format);
+    uint8_t* pixels = image.getWritablePixels();
+    const bool isAsItIs =
+        head.bit_depth == 8 && (head.color_type == SPNG_COLOR_TYPE_INDEXED || !layout.hasTransparency);
+    if (isAsItIs)
     {
-        image.setSize(head.width, head.height, layout.format);
-        uint8_t* pixels = image.getWritablePixels();
-        const bool isAsItIs =
-            head.bit_depth == 8 && (head.color_type == SPNG_COLOR_TYPE_INDEXED || !layout.hasTransparency);
-        if (isAsItIs)
-            error = spng_decode_image(context.get(), pixels, rawBytes, SPNG_FMT_PNG, 0);
-        else
-        {
-            const auto raw = kxMemoryBlock::create(rawBytes);
-            std::memset(raw->getWritableData(), 0, rawBytes); // pixels of less than a byte are put in bit by bit
-            error = spng_decode_image(context.get(), raw->getWritableData(), rawBytes, SPNG_FMT_PNG, 0);
-            const size_t rawStride = (size_t(head.width) * channelCount(head) * head.bit_depth + 7) / 8;
-            const size_t stride = getTextureByteSize(layout.format, head.width, 1);
-            for (size_t y = 0; !error && y < head.height; ++y)
-                convertRow(layout, raw->getData() + y * rawStride, pixels + y * stride);
-        }
+        if (!decodeRaw(context.get(), layout, bytes, byteCount, pixels, rawBytes, fault))
+            return false;
     }
-    // The decoder stops at the last pixel; the checksum of the piece that holds it stands behind that.
-    if (!error)
-        error = spng_decode_chunks(context.get());
-    if (error)
+    else
     {
-        fault = kxFormat("PNG: %s", spng_strerror(error));
-        return false;
+        const auto raw = kxMemoryBlock::create(rawBytes);
+        std::memset(raw->getWritableData(), 0, rawBytes); // pixels of less than a byte are put in bit by bit
+        if (!decodeRaw(context.get(), layout, bytes, byteCount, raw->getWritableData(), rawBytes, fault))
+            return false;
+        const size_t stride = getTextureByteSize(layout.format, head.width, 1);
+        for (size_t y = 0; y < head.height; ++y)
+            convertRow(layout, raw->getData() + y * rowBytes, pixels + y * stride);
     }
     if (head.color_type == SPNG_COLOR_TYPE_INDEXED)
         image._clut = makePalette(layout);
@@ -305,6 +341,10 @@ kxSmartPointer<kxMemoryBlock> kxPngCodec::encode(kxImage& image, std::string& fa
     }
     else if (!error && image._srgbIntent > 0 && image._srgbIntent <= 4) // a file has one or the other
         error = spng_set_srgb(context.get(), static_cast<uint8_t>(image._srgbIntent - 1));
+    auto directory = writeOrientation(image._orientation);
+    spng_exif notes = {directory.size(), reinterpret_cast<char*>(directory.data())};
+    if (!error && image._orientation >= 1 && image._orientation <= 8)
+        error = spng_set_exif(context.get(), &notes);
     if (!error)
         error = spng_encode_image(context.get(), pixels, source->getByteSize(), SPNG_FMT_PNG, SPNG_ENCODE_FINALIZE);
     if (!error)

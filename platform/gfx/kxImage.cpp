@@ -38,6 +38,8 @@ void kxImage::listFields(kxFields<kxImage>& fields)
                "rendering intent of a file that calls its colours sRGB, plus 1; 0 for none");
     fields.add(&kxImage::_chromaticities, "_chromaticities",
                "x and y of white, red, green and blue that the file gives, in 1/100000, each of 32 bits");
+    fields.add(&kxImage::_orientation, "_orientation",
+               "how the file asks viewers to turn the picture, 1 to 8 as cameras note it, 0 for not at all");
 }
 
 bool kxImage::userCheckLoaded(std::string& fault) const
@@ -187,6 +189,7 @@ bool kxImage::ensurePixels()
     _colorProfile = decoded->_colorProfile;
     _srgbIntent = decoded->_srgbIntent;
     _chromaticities = decoded->_chromaticities;
+    _orientation = decoded->_orientation;
     if (_mimeType.isEmpty())
         _mimeType = codec->getMimeType();
     return true;
@@ -237,16 +240,30 @@ void kxImage::copyFrom(const kxImage* source)
         _clut = _clut->clone();
 }
 
+namespace
+{
+
+/// The colours of an image's indices, whatever indices its pixels hold.
+struct Palette
+{
+    explicit Palette(const kxClut* clut)
+    {
+        if (clut)
+            clut->fillTable(colors);
+        else
+            std::fill(colors, colors + 256, 0xff000000u);
+    }
+    uint32_t colors[256];
+};
+
+} // namespace
+
 bool kxImage::forEachRgbaRow(const std::function<void(uint32_t, const uint8_t*)>& callback)
 {
     if (!ensurePixels())
         return false;
-    uint32_t palette[256];
-    if (_clut)
-        _clut->fillTable(palette);
-    else
-        std::fill(palette, palette + 256, 0xff000000u);
-    kxBandReader reader(*findTextureFormat(_format), _pixels->getData(), _width, _height, palette);
+    const Palette palette(_clut);
+    kxBandReader reader(*findTextureFormat(_format), _pixels->getData(), _width, palette.colors);
     for (uint32_t y = 0; y < _height; ++y)
         callback(y, reader.getRow(y));
     return true;
@@ -332,8 +349,14 @@ bool kxImage::convert(KX_GFX_TEXTURE_FORMAT format, kxImage* source)
     }
     else
     {
+        const Palette palette(source->_clut);
+        kxBandReader reader(*findTextureFormat(oldFormat), source->_pixels->getData(), width, palette.colors);
         kxBandWriter writer(*findTextureFormat(format), target, width, height);
-        source->forEachRgbaRow([&](uint32_t, const uint8_t* row) { writer.putRow(row); });
+        for (uint32_t y = 0; y < height; ++y)
+            if (format == rgba_8888_32)
+                reader.readRow(y, target + size_t(y) * width * 4);
+            else
+                writer.putRow(reader.getRow(y));
     }
     if (isIndexed(format) && source != this)
         _clut = source->_clut->clone();

@@ -43,6 +43,7 @@ class kxImage : public kxObject
     kxSmartPointer<kxMemoryBlock> _colorProfile;
     uint32_t _srgbIntent = 0;
     kxSmartPointer<kxMemoryBlock> _chromaticities;
+    uint32_t _orientation = 0;
 
     kxStringRef getName() const { return _name; }
     /// Name for messages and name lists: the name, else the path of the image's own file, else null.

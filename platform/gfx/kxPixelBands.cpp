@@ -3,6 +3,7 @@
 #include "platform/gfx/kxBlockCompression.h"
 #include "platform/gfx/kxPixelRows.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace Kel::Gfx
@@ -28,24 +29,35 @@ void unpackIndices(const uint8_t* source, uint8_t* rgba, uint32_t width, uint32_
         std::memcpy(rgba + 4 * x, &palette[x % 2 ? source[x / 2] & 15 : source[x / 2] >> 4], 4);
 }
 
-/// Moves RGBA pixels between one band of tiles and its rows. The bytes of a tile's row are a constant, so that a move of them
-/// is one instruction.
-template <size_t TileRowBytes>
-void moveTiles(uint8_t* tiles, uint8_t* rows, uint32_t paddedWidth, const kxTextureFormatInfo& info, bool isToRows)
+// The part of a row that lies in one tile has eight bytes in every format, so that moving it is one instruction.
+constexpr size_t kTileRowBytes = 8;
+constexpr size_t kTileRows = 4;
+static_assert(std::all_of(std::begin(kTextureFormats), std::end(kTextureFormats),
+                          [](const kxTextureFormatInfo& info)
+                          {
+                              return !info.isTiled() || (info.tileWidth * info.bytesPerPixel() == kTileRowBytes &&
+                                                         info.tileHeight == kTileRows);
+                          }));
+
+void tilesToRows(const uint8_t* tiles, uint8_t* rows, size_t rowBytes)
 {
-    const size_t stride = size_t(paddedWidth) * 4;
-    for (uint32_t x = 0; x < paddedWidth; x += info.tileWidth)
-        for (uint32_t y = 0; y < info.tileHeight; ++y, tiles += TileRowBytes)
-        {
-            uint8_t* row = rows + y * stride + size_t(x) * 4;
-            std::memcpy(isToRows ? row : tiles, isToRows ? tiles : row, TileRowBytes);
-        }
+    for (size_t x = 0; x < rowBytes; x += kTileRowBytes)
+        for (size_t y = 0; y < kTileRows; ++y, tiles += kTileRowBytes)
+            std::memcpy(rows + y * rowBytes + x, tiles, kTileRowBytes);
 }
-using TileMover = void (*)(uint8_t*, uint8_t*, uint32_t, const kxTextureFormatInfo&, bool);
+
+void rowsToTiles(const uint8_t* rows, uint8_t* tiles, size_t rowBytes)
+{
+    for (size_t x = 0; x < rowBytes; x += kTileRowBytes)
+        for (size_t y = 0; y < kTileRows; ++y, tiles += kTileRowBytes)
+            std::memcpy(tiles, rows + y * rowBytes + x, kTileRowBytes);
+}
 
 } // namespace
 
-kxBandReader::kxBandReader(const kxTextureFormatInfo& info, const uint8_t* pixels, uint32_t width, uint32_t height,
+// Reading
+
+kxBandReader::kxBandReader(const kxTextureFormatInfo& info, const uint8_t* pixels, uint32_t width,
                            const uint32_t* palette)
     : m_info(info),
       m_pixels(pixels),
@@ -54,45 +66,63 @@ kxBandReader::kxBandReader(const kxTextureFormatInfo& info, const uint8_t* pixel
       m_bandBytes(getTextureByteSize(info.format, width, info.tileHeight)),
       m_palette(palette)
 {
-    (void)height;
-    m_rows.resize(size_t(m_paddedWidth) * info.tileHeight * 4);
+    if (info.kind == kxTextureFormatInfo::BLOCKS)
+        m_rgba.resize(size_t(m_paddedWidth) * 4 * info.tileHeight);
+    else if (info.format != rgba_8888_32)
+        m_rgba.resize(size_t(width) * 4);
     if (info.isTiled())
-        m_tiles.resize(m_rows.size());
+        m_words.resize(m_bandBytes);
 }
 
 const uint8_t* kxBandReader::getRow(uint32_t y)
 {
-    const uint32_t band = y / m_info.tileHeight;
-    if (band != m_band)
-        readBand(band);
-    return m_rows.data() + size_t(y % m_info.tileHeight) * m_paddedWidth * 4;
+    if (m_info.kind == kxTextureFormatInfo::BLOCKS)
+        return rowOfBlocks(y);
+    if (m_info.format == rgba_8888_32)
+        return m_pixels + m_bandBytes * y;
+    readRow(y, m_rgba.data());
+    return m_rgba.data();
 }
 
-void kxBandReader::readBand(uint32_t band)
+void kxBandReader::readRow(uint32_t y, uint8_t* rgba)
 {
-    m_band = band;
-    const uint8_t* source = m_pixels + m_bandBytes * band;
-    if (m_info.isIndexed())
-        return unpackIndices(source, m_rows.data(), m_width, m_info.bitsPerPixel, m_palette);
     if (m_info.kind == kxTextureFormatInfo::BLOCKS)
-    {
-        const size_t blockBytes = getBlockBytes(m_info.format), stride = size_t(m_paddedWidth) * 4;
-        for (uint32_t x = 0; x < m_paddedWidth; x += 4, source += blockBytes)
-        {
-            uint8_t block[64];
-            decodeBlock(m_info.format, source, block);
-            for (size_t y = 0; y < 4; ++y)
-                std::memcpy(m_rows.data() + y * stride + x * 4, block + 16 * y, 16);
-        }
-        return;
-    }
-    const kxRowFunction unpack = getUnpackRow(m_info.format);
-    if (!m_info.isTiled())
-        return unpack(source, m_rows.data(), m_width);
-    unpack(source, m_tiles.data(), size_t(m_paddedWidth) * m_info.tileHeight);
-    const TileMover move = m_info.tileWidth == 4 ? moveTiles<16> : moveTiles<32>;
-    move(m_tiles.data(), m_rows.data(), m_paddedWidth, m_info, true);
+        std::memcpy(rgba, rowOfBlocks(y), size_t(m_width) * 4);
+    else if (m_info.isIndexed())
+        unpackIndices(m_pixels + m_bandBytes * y, rgba, m_width, m_info.bitsPerPixel, m_palette);
+    else
+        getUnpackRow(m_info.format)(m_info.isTiled() ? rowOfTiles(y) : m_pixels + m_bandBytes * y, rgba, m_width);
 }
+
+const uint8_t* kxBandReader::rowOfTiles(uint32_t y)
+{
+    const uint32_t band = y / m_info.tileHeight;
+    const size_t rowBytes = size_t(m_paddedWidth) * m_info.bytesPerPixel();
+    if (band != m_band)
+        tilesToRows(m_pixels + m_bandBytes * band, m_words.data(), rowBytes);
+    m_band = band;
+    const size_t offset = y % m_info.tileHeight * rowBytes;
+
+    return m_words.data() + offset;
+}
+
+const uint8_t* kxBandReader::rowOfBlocks(uint32_t y)
+{
+    const uint32_t band = y / m_info.tileHeight;
+    const size_t stride = size_t(m_paddedWidth) * 4;
+    const uint8_t* source = m_pixels + m_bandBytes * band;
+    for (size_t x = 0; band != m_band && x < stride; x += 16, source += getBlockBytes(m_info.format))
+    {
+        uint8_t block[64];
+        decodeBlock(m_info.format, source, block);
+        for (size_t row = 0; row < 4; ++row)
+            std::memcpy(m_rgba.data() + row * stride + x, block + 16 * row, 16);
+    }
+    m_band = band;
+    return m_rgba.data() + y % m_info.tileHeight * stride;
+}
+
+// Writing
 
 kxBandWriter::kxBandWriter(const kxTextureFormatInfo& info, uint8_t* pixels, uint32_t width, uint32_t height)
     : m_info(info),
@@ -100,53 +130,52 @@ kxBandWriter::kxBandWriter(const kxTextureFormatInfo& info, uint8_t* pixels, uin
       m_width(width),
       m_height(height),
       m_paddedWidth(filledUp(width, info.tileWidth)),
+      m_pixelBytes(info.kind == kxTextureFormatInfo::BLOCKS ? 4 : info.bytesPerPixel()),
       m_bandBytes(getTextureByteSize(info.format, width, info.tileHeight))
 {
     if (info.tileHeight > 1)
-        m_rows.resize(size_t(m_paddedWidth) * info.tileHeight * 4);
-    if (info.isTiled())
-        m_tiles.resize(m_rows.size());
+        m_rows.resize(size_t(m_paddedWidth) * m_pixelBytes * info.tileHeight);
 }
 
 void kxBandWriter::putRow(const uint8_t* rgba)
 {
+    const kxRowFunction pack = getPackRow(m_info.format);
+    uint8_t* target = m_pixels + m_bandBytes * (m_row / m_info.tileHeight);
+    uint32_t rowInBand = m_row++ % m_info.tileHeight;
     if (m_info.tileHeight == 1)
+        return pack(rgba, target, m_width);
+    const size_t stride = size_t(m_paddedWidth) * m_pixelBytes, byteCount = size_t(m_width) * m_pixelBytes;
+    uint8_t* row = m_rows.data() + rowInBand * stride;
+    if (m_info.isTiled())
     {
-        getPackRow(m_info.format)(rgba, m_pixels + m_bandBytes * m_row++, m_width);
-        return;
+        // Asks for a quarter of the band's memory, a line at a time: with all of it asked for at once, when the band is whole,
+        // the processor would wait instead of converting pixels meanwhile.
+        for (size_t at = 0; at < stride; at += 64)
+            __builtin_prefetch(target + rowInBand * stride + at, 1);
+        pack(rgba, row, m_width);
     }
-    const size_t stride = size_t(m_paddedWidth) * 4;
-    uint8_t* row = m_rows.data() + m_row % m_info.tileHeight * stride;
-    std::memcpy(row, rgba, size_t(m_width) * 4);
+    else
+        std::memcpy(row, rgba, byteCount);
     // What lies beyond the picture repeats its border: blocks gain nothing from other colours there.
-    for (uint32_t x = m_width; x < m_paddedWidth; ++x)
-        std::memcpy(row + size_t(x) * 4, row + size_t(m_width - 1) * 4, 4);
-    ++m_row;
-    if (m_row == m_height)
-        for (uint32_t below = m_row; below % m_info.tileHeight; ++below, row += stride)
-            std::memcpy(row + stride, row, stride);
-    if (m_row % m_info.tileHeight == 0 || m_row == m_height)
-        writeBand();
+    for (size_t at = byteCount; at < stride; at += m_pixelBytes)
+        std::memcpy(row + at, row + at - m_pixelBytes, m_pixelBytes);
+    for (; m_row == m_height && rowInBand + 1 < m_info.tileHeight; ++rowInBand, row += stride)
+        std::memcpy(row + stride, row, stride);
+    if (rowInBand + 1 == m_info.tileHeight)
+        writeBand(target, stride);
 }
 
-void kxBandWriter::writeBand()
+void kxBandWriter::writeBand(uint8_t* target, size_t stride) const
 {
-    uint8_t* target = m_pixels + m_bandBytes * ((m_row - 1) / m_info.tileHeight);
-    if (m_info.kind == kxTextureFormatInfo::BLOCKS)
+    if (m_info.isTiled())
+        return rowsToTiles(m_rows.data(), target, stride);
+    for (size_t x = 0; x < stride; x += 16, target += getBlockBytes(m_info.format))
     {
-        const size_t stride = size_t(m_paddedWidth) * 4;
-        for (uint32_t x = 0; x < m_paddedWidth; x += 4, target += getBlockBytes(m_info.format))
-        {
-            uint8_t block[64];
-            for (size_t y = 0; y < 4; ++y)
-                std::memcpy(block + 16 * y, m_rows.data() + y * stride + size_t(x) * 4, 16);
-            encodeBlock(m_info.format, block, target);
-        }
-        return;
+        uint8_t block[64];
+        for (size_t y = 0; y < 4; ++y)
+            std::memcpy(block + 16 * y, m_rows.data() + y * stride + x, 16);
+        encodeBlock(m_info.format, block, target);
     }
-    const TileMover move = m_info.tileWidth == 4 ? moveTiles<16> : moveTiles<32>;
-    move(m_tiles.data(), m_rows.data(), m_paddedWidth, m_info, false);
-    getPackRow(m_info.format)(m_tiles.data(), target, size_t(m_paddedWidth) * m_info.tileHeight);
 }
 
 } // namespace Kel::Gfx

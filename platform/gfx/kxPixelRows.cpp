@@ -4,6 +4,7 @@
 
 #include "platform/gfx/kxVectorTarget.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <type_traits>
@@ -19,73 +20,154 @@ namespace
 
 using Info = kxTextureFormatInfo;
 
-template <class W>
-uint32_t swapBytes(uint32_t word)
+// Pixels of up to 16 bits are worked on as 16-bit numbers, and RGBA pixels as two of them: a vector holds twice as many as it
+// would of 32-bit numbers. Every step is cut to 16 bits, or the compiler would widen it.
+struct Halves
 {
-    return sizeof(W) == 2 ? static_cast<uint16_t>(word << 8 | word >> 8) : word;
+    uint16_t redGreen;
+    uint16_t blueAlpha;
+};
+
+constexpr uint16_t low16(uint32_t value)
+{
+    return static_cast<uint16_t>(value);
 }
+
+constexpr uint16_t swapBytes(uint16_t word)
+{
+    return low16(word << 8 | word >> 8);
+}
+
+/// The factors of narrowing, by bits. Read through a volatile: of a factor that it knows the compiler makes shifts and
+/// additions, which in these loops take longer than the product.
+struct NarrowFactors
+{
+    NarrowFactors()
+    {
+        static const volatile uint16_t known[9] = {
+            0,
+            getNarrowing(1).factor,
+            getNarrowing(2).factor,
+            getNarrowing(3).factor,
+            getNarrowing(4).factor,
+            getNarrowing(5).factor,
+            getNarrowing(6).factor,
+            getNarrowing(7).factor,
+            getNarrowing(8).factor,
+        };
+        for (size_t bits = 0; bits < 9; ++bits)
+            of[bits] = known[bits];
+    }
+    uint16_t of[9];
+};
 
 template <kxComponentBits C>
-constexpr uint32_t widened(uint32_t word)
+constexpr uint16_t fieldOf(uint16_t word)
 {
-    return widenBits(word >> C.shift & ((1u << C.bits) - 1), C.bits);
+    return low16(word >> C.shift) & low16((1u << C.bits) - 1);
 }
 template <kxComponentBits C>
-constexpr uint32_t narrowed(uint32_t value)
+constexpr uint16_t widened(uint16_t word)
 {
-    return narrowBits(value, C.bits) << C.shift;
+    constexpr kxWidening widening = getWidening(C.bits);
+    return low16(fieldOf<C>(word) * widening.factor) >> widening.shift;
 }
 
-template <size_t I>
-constexpr uint32_t wordToRgba(uint32_t word)
+/// The field of a component, from a number whose highest bits are its value.
+template <kxComponentBits C>
+constexpr uint16_t placed(uint16_t top)
 {
-    constexpr const Info& f = kTextureFormats[I];
-    if constexpr (f.kind == Info::TWO_WAY)
-    {
-        const uint32_t opaque = widened<kxComponentBits{5, 10}>(word) | widened<kxComponentBits{5, 5}>(word) << 8 |
-                                widened<kxComponentBits{5, 0}>(word) << 16 | 0xff000000u;
-        const uint32_t other = widened<f.red>(word) | widened<f.green>(word) << 8 | widened<f.blue>(word) << 16 |
-                               widened<f.alpha>(word) << 24;
-        return word & 0x8000u ? opaque : other;
-    }
-    else
-    {
-        uint32_t rgba = 0x00ffffffu;
-        if constexpr (f.luminance.bits)
-            rgba = widened<f.luminance>(word) * 0x010101u;
-        else if constexpr (f.red.bits)
-            rgba = widened<f.red>(word) | widened<f.green>(word) << 8 | widened<f.blue>(word) << 16;
-        if constexpr (f.alpha.bits)
-            return rgba | widened<f.alpha>(word) << 24;
-        else
-            return rgba | 0xff000000u;
-    }
+    return low16(top >> (16 - C.bits - C.shift)) & low16(((1u << C.bits) - 1) << C.shift);
+}
+template <kxComponentBits C>
+uint16_t narrowed(uint16_t value, const NarrowFactors& factors)
+{
+    return placed<C>(low16(low16(value * factors.of[C.bits]) + getNarrowing(C.bits).half));
 }
 
-template <size_t I>
-constexpr uint32_t rgbaToWord(uint32_t rgba)
+template <Info F>
+Halves wordToRgba(uint16_t word)
 {
-    constexpr const Info& f = kTextureFormats[I];
-    const uint32_t red = rgba & 255, green = rgba >> 8 & 255, blue = rgba >> 16 & 255, alpha = rgba >> 24;
-    if constexpr (f.kind == Info::TWO_WAY)
+    uint16_t redGreen = 0xffff, blue = 0xff, alpha = 0xff;
+    if constexpr (F.luminance.bits)
     {
-        const uint32_t alphaBits = narrowBits(alpha, f.alpha.bits);
-        const uint32_t opaque = 0x8000u | narrowBits(red, 5) << 10 | narrowBits(green, 5) << 5 | narrowBits(blue, 5);
-        const uint32_t other =
-            alphaBits << f.alpha.shift | narrowed<f.red>(red) | narrowed<f.green>(green) | narrowed<f.blue>(blue);
-        return alphaBits == 7 ? opaque : other;
+        blue = widened<F.luminance>(word);
+        redGreen = low16(blue | blue << 8);
     }
-    else
+    else if constexpr (F.red.bits)
     {
-        uint32_t word = 0;
-        if constexpr (f.luminance.bits)
-            word |= narrowed<f.luminance>((red * 77 + green * 150 + blue * 29 + 128) >> 8);
-        if constexpr (f.red.bits)
-            word |= narrowed<f.red>(red) | narrowed<f.green>(green) | narrowed<f.blue>(blue);
-        if constexpr (f.alpha.bits)
-            word |= narrowed<f.alpha>(alpha);
-        return word;
+        redGreen = low16(widened<F.red>(word) | widened<F.green>(word) << 8);
+        blue = widened<F.blue>(word);
     }
+    if constexpr (F.alpha.bits)
+        alpha = widened<F.alpha>(word);
+    return {redGreen, low16(blue | alpha << 8)};
+}
+
+template <Info F>
+uint16_t rgbaToWord(Halves rgba, const NarrowFactors& factors)
+{
+    const uint16_t red = rgba.redGreen & 255, green = rgba.redGreen >> 8, blue = rgba.blueAlpha & 255,
+                   alpha = rgba.blueAlpha >> 8;
+    uint16_t word = 0;
+    if constexpr (F.luminance.bits)
+        word = narrowed<F.luminance>(low16(red * 77 + green * 150 + blue * 29 + 128) >> 8, factors);
+    if constexpr (F.red.bits)
+        word =
+            low16(narrowed<F.red>(red, factors) | narrowed<F.green>(green, factors) | narrowed<F.blue>(blue, factors));
+    if constexpr (F.alpha.bits)
+        word = low16(word | narrowed<F.alpha>(alpha, factors));
+    return word;
+}
+
+// Formats with two layouts: the table has the coarse one. What differs is chosen before the products, so that there is one for
+// each component and not two.
+constexpr kxComponentBits kFineRed = {5, 10}, kFineGreen = {5, 5}, kFineBlue = {5, 0};
+constexpr uint16_t kFineBit = 0x8000;
+
+constexpr uint16_t choose(uint16_t mask, uint16_t ifSet, uint16_t ifClear)
+{
+    return low16((ifSet & mask) | (ifClear & ~mask));
+}
+
+template <kxComponentBits Fine, kxComponentBits Coarse>
+uint16_t widenedOneOfTwo(uint16_t word, uint16_t isFine)
+{
+    constexpr kxWidening fine = getWidening(Fine.bits), coarse = getWidening(Coarse.bits);
+    constexpr uint16_t shift = std::max(fine.shift, coarse.shift);
+    const uint16_t value = choose(isFine, fieldOf<Fine>(word), fieldOf<Coarse>(word));
+    const uint16_t factor =
+        choose(isFine, fine.factor << (shift - fine.shift), coarse.factor << (shift - coarse.shift));
+    return low16(value * factor) >> shift;
+}
+
+template <Info F>
+Halves twoWayToRgba(uint16_t word)
+{
+    const uint16_t isFine = low16(0 - (word >> 15));
+    const uint16_t red = widenedOneOfTwo<kFineRed, F.red>(word, isFine);
+    const uint16_t green = widenedOneOfTwo<kFineGreen, F.green>(word, isFine);
+    const uint16_t blue = widenedOneOfTwo<kFineBlue, F.blue>(word, isFine);
+    const uint16_t alpha = low16(widened<F.alpha>(word) | isFine);
+    return {low16(red | green << 8), low16(blue | alpha << 8)};
+}
+
+template <Info F>
+uint16_t rgbaToTwoWay(Halves rgba, const NarrowFactors& factors)
+{
+    static_assert(F.red.bits == F.green.bits && F.red.bits == F.blue.bits);
+    constexpr kxNarrowing fine = getNarrowing(kFineRed.bits), coarse = getNarrowing(F.red.bits);
+    constexpr uint16_t fullAlpha = low16(((1u << F.alpha.bits) - 1) << F.alpha.shift);
+    const uint16_t alpha = narrowed<F.alpha>(rgba.blueAlpha >> 8, factors);
+    const bool isFine = alpha == fullAlpha;
+    const uint16_t factor = isFine ? fine.factor : coarse.factor, half = isFine ? fine.half : coarse.half;
+    const uint16_t red = low16(low16((rgba.redGreen & 255) * factor) + half);
+    const uint16_t green = low16(low16((rgba.redGreen >> 8) * factor) + half);
+    const uint16_t blue = low16(low16((rgba.blueAlpha & 255) * factor) + half);
+    const uint16_t fineWord =
+        low16(placed<kFineRed>(red) | placed<kFineGreen>(green) | placed<kFineBlue>(blue) | kFineBit);
+    const uint16_t coarseWord = low16(placed<F.red>(red) | placed<F.green>(green) | placed<F.blue>(blue) | alpha);
+    return isFine ? fineWord : coarseWord;
 }
 
 // Three bytes are no word of the processor: four pixels at a time go through one shuffle of sixteen bytes, whose last four
@@ -122,75 +204,65 @@ KX_ROW_BODY void rgbaToRgbBody(const uint8_t* source, uint8_t* target, size_t pi
         std::memcpy(target + 3 * i, source + 4 * i, 3);
 }
 
-template <class W, bool Swapped, size_t I>
+template <class W, Info F>
 KX_ROW_BODY void unpackWords(const uint8_t* source, uint8_t* target, size_t pixelCount)
 {
     for (size_t i = 0; i < pixelCount; ++i)
     {
         W word;
         std::memcpy(&word, source + sizeof(W) * i, sizeof(W));
-        const uint32_t rgba = wordToRgba<I>(Swapped ? swapBytes<W>(word) : word);
-        std::memcpy(target + 4 * i, &rgba, 4);
+        const uint16_t bits = F.isTiled() && sizeof(W) == 2 ? swapBytes(word) : word;
+        Halves rgba;
+        if constexpr (F.kind == Info::TWO_WAY)
+            rgba = twoWayToRgba<F>(bits);
+        else
+            rgba = wordToRgba<F>(bits);
+        std::memcpy(target + 4 * i, &rgba.redGreen, 2);
+        std::memcpy(target + 4 * i + 2, &rgba.blueAlpha, 2);
     }
 }
 
-template <class W, bool Swapped, size_t I>
+template <class W, Info F>
 KX_ROW_BODY void packWords(const uint8_t* source, uint8_t* target, size_t pixelCount)
 {
+    const NarrowFactors factors;
     for (size_t i = 0; i < pixelCount; ++i)
     {
-        uint32_t rgba;
-        std::memcpy(&rgba, source + 4 * i, 4);
-        const uint32_t bits = rgbaToWord<I>(rgba);
-        const W word = static_cast<W>(Swapped ? swapBytes<W>(bits) : bits);
+        Halves rgba;
+        std::memcpy(&rgba.redGreen, source + 4 * i, 2);
+        std::memcpy(&rgba.blueAlpha, source + 4 * i + 2, 2);
+        uint16_t bits;
+        if constexpr (F.kind == Info::TWO_WAY)
+            bits = rgbaToTwoWay<F>(rgba, factors);
+        else
+            bits = rgbaToWord<F>(rgba, factors);
+        const W word = static_cast<W>(F.isTiled() && sizeof(W) == 2 ? swapBytes(bits) : bits);
         std::memcpy(target + sizeof(W) * i, &word, sizeof(W));
     }
 }
 
-template <size_t I>
+template <Info F>
+using WordOf = std::conditional_t<F.bitsPerPixel == 16, uint16_t, uint8_t>;
+
+template <Info F>
 KX_ROW_BODY void unpackBody(const uint8_t* source, uint8_t* target, size_t pixelCount)
 {
-    constexpr const Info& f = kTextureFormats[I];
-    if constexpr (f.bitsPerPixel == 24)
+    if constexpr (F.bitsPerPixel == 24)
         rgbToRgbaBody(source, target, pixelCount);
-    else if constexpr (f.bitsPerPixel == 32)
+    else if constexpr (F.bitsPerPixel == 32)
         std::memcpy(target, source, 4 * pixelCount);
     else
-        unpackWords<std::conditional_t<f.bitsPerPixel == 16, uint16_t, uint8_t>, f.isTiled(), I>(source, target,
-                                                                                                 pixelCount);
+        unpackWords<WordOf<F>, F>(source, target, pixelCount);
 }
-template <size_t I>
+template <Info F>
 KX_ROW_BODY void packBody(const uint8_t* source, uint8_t* target, size_t pixelCount)
 {
-    constexpr const Info& f = kTextureFormats[I];
-    if constexpr (f.bitsPerPixel == 24)
+    if constexpr (F.bitsPerPixel == 24)
         rgbaToRgbBody(source, target, pixelCount);
-    else if constexpr (f.bitsPerPixel == 32)
+    else if constexpr (F.bitsPerPixel == 32)
         std::memcpy(target, source, 4 * pixelCount);
     else
-        packWords<std::conditional_t<f.bitsPerPixel == 16, uint16_t, uint8_t>, f.isTiled(), I>(source, target,
-                                                                                               pixelCount);
-}
-
-template <size_t I>
-void unpackPlain(const uint8_t* source, uint8_t* target, size_t pixelCount)
-{
-    unpackBody<I>(source, target, pixelCount);
-}
-template <size_t I>
-KX_WIDE_VECTORS void unpackWide(const uint8_t* source, uint8_t* target, size_t pixelCount)
-{
-    unpackBody<I>(source, target, pixelCount);
-}
-template <size_t I>
-void packPlain(const uint8_t* source, uint8_t* target, size_t pixelCount)
-{
-    packBody<I>(source, target, pixelCount);
-}
-template <size_t I>
-KX_WIDE_VECTORS void packWide(const uint8_t* source, uint8_t* target, size_t pixelCount)
-{
-    packBody<I>(source, target, pixelCount);
+        packWords<WordOf<F>, F>(source, target, pixelCount);
 }
 
 struct RowPair
@@ -199,12 +271,51 @@ struct RowPair
     kxRowFunction pack = nullptr;
 };
 
+template <Info F>
+struct PlainRows
+{
+    static void unpack(const uint8_t* source, uint8_t* target, size_t pixelCount)
+    {
+        unpackBody<F>(source, target, pixelCount);
+    }
+    static void pack(const uint8_t* source, uint8_t* target, size_t pixelCount)
+    {
+        packBody<F>(source, target, pixelCount);
+    }
+};
+template <Info F>
+struct WideRows
+{
+    KX_WIDE_VECTORS static void unpack(const uint8_t* source, uint8_t* target, size_t pixelCount)
+    {
+        unpackBody<F>(source, target, pixelCount);
+    }
+    KX_WIDE_VECTORS static void pack(const uint8_t* source, uint8_t* target, size_t pixelCount)
+    {
+        packBody<F>(source, target, pixelCount);
+    }
+};
+template <Info F>
+struct WidestRows
+{
+    KX_WIDEST_VECTORS static void unpack(const uint8_t* source, uint8_t* target, size_t pixelCount)
+    {
+        unpackBody<F>(source, target, pixelCount);
+    }
+    KX_WIDEST_VECTORS static void pack(const uint8_t* source, uint8_t* target, size_t pixelCount)
+    {
+        packBody<F>(source, target, pixelCount);
+    }
+};
+
 template <size_t I>
 RowPair makePair()
 {
-    constexpr const Info& f = kTextureFormats[I];
+    constexpr Info f = kTextureFormats[I];
     if constexpr (f.kind == Info::WORDS || f.kind == Info::TWO_WAY)
-        return hasWideVectors() ? RowPair{unpackWide<I>, packWide<I>} : RowPair{unpackPlain<I>, packPlain<I>};
+        return f.bitsPerPixel <= 16 && hasWidestVectors() ? RowPair{WidestRows<f>::unpack, WidestRows<f>::pack}
+               : hasWideVectors()                         ? RowPair{WideRows<f>::unpack, WideRows<f>::pack}
+                                                          : RowPair{PlainRows<f>::unpack, PlainRows<f>::pack};
     else
         return {};
 }

@@ -21,24 +21,42 @@ kxRowFunction getPackRow(KX_GFX_TEXTURE_FORMAT format);
 /// Null elsewhere.
 kxRowFunction getShortRow(KX_GFX_TEXTURE_FORMAT source, KX_GFX_TEXTURE_FORMAT target);
 
-/// Widens a number of `bits` bits to 8 by repeating its bits; `bits` is 1 to 8.
-constexpr uint32_t widenBits(uint32_t value, uint32_t bits)
+/// Widening a number to 8 bits by repeating its bits: value * factor >> shift.
+struct kxWidening
 {
-    // As many copies as it takes side by side, less the bits beyond the eighth: one product and one shift, which the compiler
-    // vectorises for every number of bits.
+    uint16_t factor;
+    uint16_t shift;
+};
+/// `bits` is 1 to 8.
+constexpr kxWidening getWidening(uint32_t bits)
+{
+    // As many copies as it takes side by side, less the bits beyond the eighth.
     const uint32_t copies = (7 + bits) / bits;
     uint32_t factor = 0;
     for (uint32_t copy = 0; copy < copies; ++copy)
         factor |= 1u << copy * bits;
-    return value * factor >> (copies * bits - 8);
+    return {static_cast<uint16_t>(factor), static_cast<uint16_t>(copies * bits - 8)};
+}
+constexpr uint32_t widenBits(uint32_t value, uint32_t bits)
+{
+    return value * getWidening(bits).factor >> getWidening(bits).shift;
 }
 
-/// The number of `bits` bits whose widened form is nearest to an 8-bit value.
+/// Narrowing an 8-bit value to the number whose widened form is nearest: value * factor + half has it in the highest bits of
+/// sixteen. That is value * largest / 255, rounded, for every value and number of bits, and never above 65535.
+struct kxNarrowing
+{
+    uint16_t factor;
+    uint16_t half;
+};
+/// `bits` is 1 to 8.
+constexpr kxNarrowing getNarrowing(uint32_t bits)
+{
+    return {static_cast<uint16_t>(257 - (256u >> bits)), static_cast<uint16_t>(0x8000u >> bits)};
+}
 constexpr uint32_t narrowBits(uint32_t value, uint32_t bits)
 {
-    // value * largest / 255, rounded: the shift form is exact for products below 65536, and stays in 16 bits.
-    const uint32_t product = value * ((1u << bits) - 1) + 128;
-    return (product + (product >> 8)) >> 8;
+    return (value * getNarrowing(bits).factor + getNarrowing(bits).half) >> (16 - bits);
 }
 
 } // namespace Kel::Gfx

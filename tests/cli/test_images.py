@@ -1,6 +1,7 @@
 """Images that steps change: what is written, what the reports say of their bytes, and what counts as the same picture."""
 
 import json
+import random
 import struct
 import unittest
 import zlib
@@ -8,15 +9,20 @@ import zlib
 from clitest import CliTest, gltfScene, script
 
 
-def png(width, height, pixel):
-    """A PNG of RGB pixels: `pixel(x, y)` gives three bytes."""
-    rows = b"".join(b"\0" + b"".join(bytes(pixel(x, y)) for x in range(width)) for y in range(height))
-
+def pngOf(width, height, depth, colors, *pieces, interlaced=0):
+    """A PNG of compressed pixels in one piece or more."""
     def chunk(name, data):
         return struct.pack(">I", len(data)) + name + data + struct.pack(">I", zlib.crc32(name + data))
 
-    return (b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, 2, 0, 0, 0)) +
-            chunk(b"IDAT", zlib.compress(rows)) + chunk(b"IEND", b""))
+    return (b"\x89PNG\r\n\x1a\n" +
+            chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, depth, colors, 0, 0, interlaced)) +
+            b"".join(chunk(b"IDAT", piece) for piece in pieces) + chunk(b"IEND", b""))
+
+
+def png(width, height, pixel):
+    """A PNG of RGB pixels: `pixel(x, y)` gives three bytes."""
+    rows = b"".join(b"\0" + b"".join(bytes(pixel(x, y)) for x in range(width)) for y in range(height))
+    return pngOf(width, height, 8, 2, zlib.compress(rows))
 
 
 class Images(CliTest):
@@ -79,6 +85,31 @@ class Images(CliTest):
             self.run_script("dxt.ini", "verified.glb", verify, status=1)
             self.run_script("dxt.ini", "verified.glb", verify, "--image-tolerance", "8")
         self.assertEqual(self.read("verified.glb"), self.read("out.glb"))
+
+    def testChecksumOfThePixels(self):
+        # Rows of every filter, in the smallest and the largest pixels; the bytes of a row may be any.
+        random.seed(1)
+        # The decoder sees some of them itself.
+        wrongSum = "the checksum of the pixels is wrong|IDAT stream error"
+        for depth, colors, rowBytes, interlaced in ((1, 0, 1, 0), (4, 0, 3, 0), (8, 0, 5, 0), (8, 2, 15, 0), (8, 4, 10, 0),
+                                                    (8, 6, 20, 0), (16, 0, 10, 0), (16, 2, 30, 0), (16, 6, 40, 0),
+                                                    (8, 0, 5, 1)):
+            # How wide the rows of the passes over 5 x 5 pixels are.
+            widths = [1, 1, 2, 1, 1, 3, 2, 2, 2, 5, 5] if interlaced else [rowBytes] * 5
+            rows = b"".join(bytes([y % 5]) + random.randbytes(width) for y, width in enumerate(widths))
+            stream = zlib.compress(rows)
+            wrong = stream[:-1] + bytes([stream[-1] ^ 1])
+            for pieces, fault in (((stream,), None), ((stream[:-2], b"", stream[-2:]), None), ((stream, b"more"), None),
+                                  ((wrong,), wrongSum), ((stream[:-2],), wrongSum)):
+                with self.subTest(depth=depth, colors=colors, interlaced=interlaced, pieces=pieces):
+                    image = pngOf(5, 5, depth, colors, *pieces, interlaced=interlaced)
+                    self.write("in/lamp.png", image)
+                    _, errors = self.kxopt("run", "in/scene.gltf", "-s", "half.ini", "-o", "out.glb")
+                    if fault:
+                        self.assertRegex(errors, "^kxopt: image lamp.png: PNG: (%s)\n$" % fault)
+                    else:
+                        self.assertEqual(errors, "")
+                    self.assertEqual(image in self.read("out.glb"), bool(fault))
 
 
 if __name__ == "__main__":

@@ -237,6 +237,33 @@ TEST_F(kxImageCodecTest, SubsamplingIsThatOfTheColors)
     }
 }
 
+/// Faults beside the pixels: a piece of a profile that says it is the second of two, and a scan whose range of coefficients
+/// reads 0 to 0, as some cameras write it.
+TEST_F(kxImageCodecTest, StrangeButWholeFilesAreRead)
+{
+    auto image = makeImage(rgb_888_24, 16, 16);
+    image->_mimeType = "image/jpeg";
+    image->_quality = 90;
+    kxImageFileForm form;
+    const auto wanted = writeAndRead(*image, false, form);
+    const std::vector<uint8_t> bytes(form.bytes->getData(), form.bytes->getData() + form.bytes->getSize());
+    std::vector<uint8_t> withProfile = bytes, withRange = bytes;
+    const std::string_view piece("\xff\xe2\0\x12ICC_PROFILE\0\2\2xx", 20);
+    withProfile.insert(withProfile.begin() + 2, piece.begin(), piece.end());
+    const uint8_t marker[] = {0xff, 0xda};
+    const auto scan = std::search(withRange.begin(), withRange.end(), marker, marker + 2);
+    ASSERT_NE(scan, withRange.end());
+    scan[12] = 0; // behind length, number of components and two bytes for each of three: first and last coefficient
+    for (const std::vector<uint8_t>& strange : {withProfile, withRange})
+    {
+        const kxReportCollector collector;
+        auto again = kxNew<kxImage>();
+        again->_encoded = kxMemoryBlock::copyOf(strange.data(), strange.size());
+        EXPECT_EQ(largestDifference(pictureOf(*again), pictureOf(*wanted)), 0) << collector.m_errors;
+        EXPECT_EQ(again->_colorProfile, nullptr);
+    }
+}
+
 TEST_F(kxImageCodecTest, ProfilesThatDoNotFitTheComponentsAreLeftOut)
 {
     for (const char* space : {"RGB ", "GRAY"})
@@ -378,6 +405,27 @@ TEST_F(kxImageCodecTest, ColorInformationTravels)
     image->_srgbIntent = 2;
     kxImageFileForm form;
     EXPECT_EQ(writeAndRead(*image, false, form)->_srgbIntent, 2u);
+}
+
+/// What a viewer turns before, it turns after.
+TEST_F(kxImageCodecTest, OrientationTravels)
+{
+    for (const char* mimeType : {"", "image/jpeg"})
+    {
+        auto image = makeImage(rgb_888_24, 8, 8);
+        image->_mimeType = mimeType;
+        image->_quality = *mimeType ? 80 : 0;
+        image->_orientation = 6;
+        kxImageFileForm form;
+        EXPECT_EQ(writeAndRead(*image, false, form)->_orientation, 6u) << mimeType;
+    }
+    for (const fs::path& path : sharedImages("jpeg"))
+        if (path.string().find("orientation_6") != std::string::npos)
+        {
+            auto image = load(path);
+            ASSERT_TRUE(image->ensurePixels());
+            EXPECT_EQ(image->_orientation, 6u);
+        }
 }
 
 TEST_F(kxImageCodecTest, LimitsHoldBeforeMemoryIsTaken)
