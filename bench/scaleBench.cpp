@@ -219,7 +219,7 @@ int main(int argc, char** argv)
                 std::printf("%-6s %-4s %8u %8.1f %8.3f %9.0f %8.3f %8.1f %8.3f %9.3f %10.0f\n", shape, form, nodes,
                             megabytes, row.loadSeconds, megabytes / row.loadSeconds, row.walkSeconds,
                             double(row.nodeCount) / 1e6 / row.walkSeconds, row.repairSeconds, row.writeSeconds,
-                            memory / nodes);
+                            memory / double(row.nodeCount));
                 if (std::strcmp(form, "glb") == 0 && nodes == largest)
                     std::printf("%-6s %-4s JSON text alone: %.0f MB/s\n", shape, form, jsonSpeed(input));
                 rows.push_back(row);

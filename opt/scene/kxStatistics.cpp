@@ -62,15 +62,33 @@ void addToMean(float& mean, int32_t& number, int depth)
     ++number;
 }
 
+// True for an object that was not among the instances before; it is now.
+bool addInstance(kxObjectList& instances, kxInstanceMarks& marks, const kxObject* object)
+{
+    if (instances.getCount() != marks.count)
+    {
+        marks.isListed.clear();
+        for (const kxObject* listed : instances)
+            marks.isListed[listed] = true;
+        marks.count = instances.getCount();
+    }
+    bool& isListed = marks.isListed[object];
+    if (isListed)
+        return false;
+    isListed = true;
+    ++marks.count;
+    instances.insertSortedNew(const_cast<kxObject*>(object));
+    return true;
+}
+
 // Counts one meeting of an object in the entry of its type.
-template <class List>
 void countMeeting(const Counters& counters, const kxObject* object, int depth, int32_t& meetings, float& meanDepth,
-                  List& instances)
+                  kxObjectList& instances, kxInstanceMarks& marks)
 {
     addToMean(meanDepth, meetings, depth);
     int32_t& number = counters.number(object);
     float& average = counters.average(object);
-    if (instances.insertSorted(const_cast<kxObject*>(object)))
+    if (addInstance(instances, marks, object))
     {
         number = 0;
         average = 0;
@@ -131,7 +149,7 @@ void kxGenericNodeStatistics::listFields(kxFields<kxGenericNodeStatistics>& fiel
 
 void kxGenericNodeStatistics::appendNode(const kxNode* node, int depth)
 {
-    countMeeting(g_nodeCounters, node, depth, _instance, _depth, *_instanceList);
+    countMeeting(g_nodeCounters, node, depth, _instance, _depth, *_instanceList, m_marks);
 }
 
 void kxGenericNodeStatistics::reportStatistics(STATISTICS_VERBOSE level, kxOptInterface* service) const
@@ -162,7 +180,7 @@ void kxGenericAttrStatistics::listFields(kxFields<kxGenericAttrStatistics>& fiel
 
 void kxGenericAttrStatistics::appendAttr(const kxAttr* attr, const kxNode*, int depth)
 {
-    countMeeting(g_attrCounters, attr, depth, _instance, _depth, *_instanceList);
+    countMeeting(g_attrCounters, attr, depth, _instance, _depth, *_instanceList, m_marks);
 }
 
 void kxGenericAttrStatistics::reportStatistics(STATISTICS_VERBOSE level, kxOptInterface* service) const

@@ -3,6 +3,7 @@
 
 #include "opt/framework/kxOptBase.h"
 #include "platform/attrs/kxAttr.h"
+#include "platform/core/kxTSerialMap.h"
 
 namespace Kel::Opt
 {
@@ -14,6 +15,13 @@ enum STATISTICS_VERBOSE : int32_t
     LEVEL2 = 2  ///< also one for each instance
 };
 const kxMetaEnum& kxMetaEnumOf(STATISTICS_VERBOSE);
+
+/// Which objects stand in a list of instances, as long as nobody else edits it.
+struct kxInstanceMarks
+{
+    kxTSerialMap<bool> isListed;
+    uint32_t count = 0;
+};
 
 /// What was met of one node type.
 class kxGenericNodeStatistics : public kxObject
@@ -28,6 +36,9 @@ class kxGenericNodeStatistics : public kxObject
 
     void appendNode(const kxNode* node, int depth);
     void reportStatistics(STATISTICS_VERBOSE level, kxOptInterface* service) const;
+
+private:
+    kxInstanceMarks m_marks;
 };
 
 /// What was met of one attribute type.
@@ -43,6 +54,9 @@ class kxGenericAttrStatistics : public kxObject
 
     void appendAttr(const kxAttr* attr, const kxNode* owner, int depth);
     void reportStatistics(STATISTICS_VERBOSE level, kxOptInterface* service) const;
+
+private:
+    kxInstanceMarks m_marks;
 };
 
 KX_OBJECT_LIST(kxGenericNodeStatisticsList, kxGenericNodeStatistics)

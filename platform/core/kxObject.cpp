@@ -112,7 +112,10 @@ void* kxObject::getSideValue(const kxMetaField* field, bool create) const
     if (!create)
         return nullptr;
     if (!m_side)
+    {
         m_side = new SideBlock;
+        m_side->entries.reserve(4); // who appends one field mostly appends some
+    }
     void* value = kxMemoryPool::getDefault().allocate(field->getValueSize());
     field->constructValue(value);
     m_side->entries.push_back({field, value});
