@@ -6,6 +6,7 @@
 // leave as they are: a skin, a morph target, a mirrored house, moving nodes, cameras, lights, notes of other programs.
 #include "kxPlacements.h"
 #include "kxShapes.h"
+#include "kxVillageClips.h"
 #include "kxVillageLooks.h"
 #include "kxVillageMeshes.h"
 
@@ -24,11 +25,6 @@ constexpr double kNaturalExtent = 260.0;
 std::string numbered(const char* name, int number)
 {
     return std::string(name) + (number < 10 ? " 0" : " ") + std::to_string(number);
-}
-
-kxRotation headingOf(double turns)
-{
-    return rotationAbout({0, 1, 0}, turns);
 }
 
 class kxVillageBuilder
@@ -365,19 +361,7 @@ private:
         const int32_t light = add(lamp, "Beacon light", placed({0, 0.875, 0}, rotationTowards({0, -0.125, 1})));
         attach(light).light = BEACON;
 
-        kxSceneChannel turning{lamp, "rotation", "LINEAR", {}, {}};
-        for (int key = 0; key <= 32; ++key) // one round in eight seconds; every fourth key would do
-        {
-            turning.times.push_back(static_cast<float>(key * 0.25));
-            appendRotation(turning.values, headingOf(key / 32.0));
-        }
-        m_scene.animations.push_back({"Beacon", {turning}});
-    }
-
-    static void appendRotation(std::vector<float>& values, const kxRotation& rotation)
-    {
-        for (const double value : {rotation.x, rotation.y, rotation.z, rotation.w})
-            values.push_back(static_cast<float>(onGrid(value, kDirectionGrid)));
+        m_scene.animations.push_back({"Beacon", {turnRound(lamp)}});
     }
 
     int32_t addSailingBoat(int32_t boats, const std::string& name, const kxPlacement& where, int32_t hull, int32_t sail)
@@ -415,57 +399,6 @@ private:
         const int32_t sailing =
             addSailingBoat(boats, "Sailing boat", placed({-25, 0, 58}, {}), HULL_WHITE, SAILCLOTH_RED);
         m_scene.animations.push_back({"Sailing", sailRound(sailing)});
-    }
-
-    /// Straight courses with turns between them, a key every quarter of a second: most keys lie on the line between
-    /// their neighbours, and the scale never changes at all.
-    static std::vector<kxSceneChannel> sailRound(int32_t boat)
-    {
-        const kxPoint marks[] = {{-25, 0, 58}, {25, 0, 50}, {38, 0, 74}, {-12, 0, 84}};
-        constexpr int kKeysPerCourse = 48, kKeysPerTurn = 6;
-        kxSceneChannel position{boat, "translation", "LINEAR", {}, {}};
-        kxSceneChannel heading{boat, "rotation", "LINEAR", {}, {}};
-        kxSceneChannel size{boat, "scale", "LINEAR", {}, {}};
-        kxRotation last;
-        for (int key = 0; key <= 4 * kKeysPerCourse; ++key)
-        {
-            const int course = key / kKeysPerCourse % 4, step = key % kKeysPerCourse;
-            const kxPoint &from = marks[course], &to = marks[(course + 1) % 4];
-            const kxPoint place = from + (to - from) * (static_cast<double>(step) / kKeysPerCourse);
-            kxRotation wanted = courseHeading(to - from);
-            if (step < kKeysPerTurn)
-            {
-                const kxRotation before = courseHeading(from - marks[(course + 3) % 4]);
-                wanted = blended(before, wanted, static_cast<double>(step) / kKeysPerTurn);
-            }
-            if (wanted.w * last.w + wanted.y * last.y < 0) // the same rotation from its other side
-                wanted = {0, -wanted.y, 0, -wanted.w};
-            last = wanted;
-            for (kxSceneChannel* channel : {&position, &heading, &size})
-                channel->times.push_back(static_cast<float>(key * 0.25));
-            for (const double value : {place.x, place.y, place.z})
-                position.values.push_back(static_cast<float>(onGrid(value, kPositionGrid)));
-            appendRotation(heading.values, wanted);
-            size.values.insert(size.values.end(), {1, 1, 1});
-        }
-        return {position, heading, size};
-    }
-
-    /// Turns +x, where a bow points, towards `course`.
-    static kxRotation courseHeading(const kxPoint& course)
-    {
-        const kxPoint direction = normalized(course);
-        const double half = std::sqrt((1 - direction.x) / 2);
-        return {0, direction.z > 0 ? -half : half, 0, std::sqrt((1 + direction.x) / 2)};
-    }
-
-    /// Between two rotations about y, the short way round.
-    static kxRotation blended(const kxRotation& from, const kxRotation& to, double part)
-    {
-        const double sign = from.y * to.y + from.w * to.w < 0 ? -1 : 1;
-        const double y = from.y * (1 - part) + to.y * part * sign, w = from.w * (1 - part) + to.w * part * sign;
-        const double length = std::sqrt(y * y + w * w);
-        return {0, y / length, 0, w / length};
     }
 
     void addPlants(int32_t plants)
@@ -510,28 +443,8 @@ private:
             const int32_t pivot = add(gulls, numbered("Gull course", gull + 1), placed(centre, {}));
             const int32_t bird = add(pivot, numbered("Gull", gull + 1),
                                      placed({0, 0, 7.0 + gull}, headingOf(0), {1.5, 1.5, 1.5}), GULL_MESH);
-            kxSceneChannel round{pivot, "rotation", "LINEAR", {}, {}};
-            for (int key = 0; key <= 8; ++key)
-            {
-                round.times.push_back(static_cast<float>(key * 1.5));
-                appendRotation(round.values, headingOf(gull * 0.1875 + key / 8.0));
-            }
-            kxSceneChannel beat{bird, "weights", "LINEAR", {}, {}};
-            for (int key = 0; key <= 24; ++key)
-            {
-                beat.times.push_back(static_cast<float>(key * 0.5));
-                beat.values.push_back(key % 2 == 0 ? 0.0f : 1.0f);
-            }
-            // Rises and falls on a curve: every key has its tangents.
-            kxSceneChannel rise{bird, "translation", "CUBICSPLINE", {}, {}};
-            for (int key = 0; key <= 4; ++key)
-            {
-                rise.times.push_back(static_cast<float>(key * 3.0));
-                const float height = key % 2 == 0 ? 0.0f : 1.5f;
-                rise.values.insert(rise.values.end(), {0, 0, 0, 0, height, 7.0f + static_cast<float>(gull), 0, 0, 0});
-            }
-            for (kxSceneChannel* channel : {&round, &beat, &rise})
-                flight.channels.push_back(std::move(*channel));
+            for (kxSceneChannel& channel : flyRound(pivot, bird, gull))
+                flight.channels.push_back(std::move(channel));
         }
         m_scene.animations.push_back(std::move(flight));
     }
@@ -551,14 +464,7 @@ private:
                 skin.inverseBindMatrices.push_back(value);
             const auto distance = static_cast<float>(-kFlagJointDistance * joint);
             skin.inverseBindMatrices.insert(skin.inverseBindMatrices.end(), {distance, 0, 0, 1});
-            kxSceneChannel wave{parent, "rotation", "LINEAR", {}, {}};
-            for (int key = 0; key <= 16; ++key)
-            {
-                wave.times.push_back(static_cast<float>(key * 0.125));
-                const double swing = 0.03 + 0.02 * joint;
-                appendRotation(wave.values, headingOf(swing * sineOfTurns(key / 16.0 - joint * 0.25)));
-            }
-            waving.channels.push_back(std::move(wave));
+            waving.channels.push_back(waveJoint(parent, joint));
         }
         // A skinned mesh moves with its joints alone, so its node stands at the top and has no transform.
         const int32_t cloth = add(-1, "Flag cloth", unplaced(), FLAG_MESH);
