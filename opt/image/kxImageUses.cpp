@@ -82,6 +82,8 @@ void kxImageUses::spreadModes(const std::vector<kxNode*>& nodes, ModeMap& modes)
         for (uint32_t i = 0; group && i < group->getChildCount(); ++i)
         {
             const kxNode* child = group->getChild(i);
+            if (!child)
+                continue;
             Modes& at = modes[child];
             const uint8_t before = at.inherited;
             at.inherited |= mode;

@@ -102,11 +102,14 @@ public:
     }
     bool isUsable(const kxGeometryAttr& attr) const
     {
+        const kxVertexArray* first = attr._arrays->get(0);
+        if (!first)
+            return false;
         for (const auto& [joints, weights] : m_pairs)
             if (joints->_matrix || joints->_normalized ||
                 (joints->_componentType != kxComponentType::UINT8 &&
                  joints->_componentType != kxComponentType::UINT16) ||
-                (weights && weights->_count != joints->_count) || joints->_count != attr._arrays->get(0)->_count)
+                (weights && weights->_count != joints->_count) || joints->_count != first->_count)
                 return false;
         return true;
     }

@@ -141,13 +141,85 @@ bool kxRepairHierarchy::configure(int)
     return true;
 }
 
+namespace
+{
+
+// Number of a link; the sum of many says which links there are, but for a chance of one in 2^64.
+uint64_t numberOf(const kxObject* parent, const kxObject* child)
+{
+    uint64_t number = reinterpret_cast<uintptr_t>(parent) * 0x9E3779B97F4A7C15ull;
+    number = (number ^ number >> 32 ^ reinterpret_cast<uintptr_t>(child)) * 0xBF58476D1CE4E5B9ull;
+    number = (number ^ number >> 29) * 0x94D049BB133111EBull;
+    return number ^ number >> 32;
+}
+
+std::vector<kxNode*> rootsOf(const kxInfo* info)
+{
+    std::vector<kxNode*> roots;
+    if (const auto* scene = kxCast<kxSceneInfo>(info))
+        roots.push_back(scene->getSceneGraph());
+    else if (const auto* database = kxCast<kxAnimationDatabase>(info))
+        for (const kxSkin* skin : *database->getSkinList())
+            if (skin)
+                roots.push_back(skin->getSkinnedGraph());
+    return roots;
+}
+
+} // namespace
+
+/// The nodes of one graph or several, each once, and the sum of their links.
+struct kxRepairHierarchy::LinkSum
+{
+    kxTSerialMap<kxNode*> nodes;
+    uint64_t sum = 0;
+
+    void add(kxNode* root)
+    {
+        forEachNodeOnce(
+            root, [](kxNode* node, void* self) { static_cast<LinkSum*>(self)->addNode(node); }, this);
+    }
+
+private:
+    void addNode(kxNode* node)
+    {
+        kxNode*& known = nodes[node];
+        if (known)
+            return; // stands in another graph as well
+        known = node;
+        if (const kxNodeList* parents = node->_parentList)
+            for (const kxObject* parent : *parents)
+                sum -= parent ? numberOf(parent, node) : 0;
+        if (const auto* group = kxCast<kxGroup>(node); group && group->_childList)
+            for (const kxObject* child : *group->_childList)
+                sum += child ? numberOf(group, child) : 0;
+    }
+};
+
 bool kxRepairHierarchy::applyToInfos()
 {
     m_severalInfos = true;
+    m_fileIsSound = isFileSound();
     const bool result = kxOptBase::applyToInfos();
     m_severalInfos = false;
+    m_fileIsSound = false;
     forgetGraphs();
     return result;
+}
+
+// Graphs that share nodes are sound only when they are taken together.
+bool kxRepairHierarchy::isFileSound() const
+{
+    const kxInfoList* infos = _optInterface ? _optInterface->getInfos() : nullptr;
+    std::vector<kxNode*> roots;
+    for (uint32_t i = 0; infos && i < infos->getCount(); ++i)
+        for (kxNode* root : rootsOf(infos->get(i)))
+            roots.push_back(root);
+    if (roots.size() < 2)
+        return false; // the one graph will tell by itself
+    LinkSum links;
+    for (kxNode* root : roots)
+        links.add(root);
+    return links.sum == 0;
 }
 
 bool kxRepairHierarchy::applyInfo(kxInfo* info)
@@ -181,10 +253,9 @@ void kxRepairHierarchy::noteGraphs()
         uint32_t info;
     };
     for (uint32_t i = 0; i < infos->getCount(); ++i)
-    {
-        Context context{m_places, i + 1};
-        const auto note = [&context](kxNode* root)
+        for (kxNode* root : rootsOf(infos->get(i)))
         {
+            Context context{m_places, i + 1};
             forEachNodeOnce(
                 root,
                 [](kxNode* node, void* data)
@@ -196,16 +267,7 @@ void kxRepairHierarchy::noteGraphs()
                         place.info = at.info;
                 },
                 &context);
-        };
-        if (const auto* scene = kxCast<kxSceneInfo>(infos->get(i)))
-            note(scene->getSceneGraph());
-        else if (const auto* database = kxCast<kxAnimationDatabase>(infos->get(i)))
-        {
-            for (const kxSkin* skin : *database->getSkinList())
-                if (skin)
-                    note(skin->getSkinnedGraph());
         }
-    }
 }
 
 bool kxRepairHierarchy::isInGraph(const kxNode* parent) const
@@ -218,45 +280,15 @@ bool kxRepairHierarchy::isInGraph(const kxNode* parent) const
     return place.several || (place.info != 0 && place.info != m_currentInfo);
 }
 
-namespace
-{
-
-// Number of a link; the sum of many says which links there are, but for a chance of one in 2^64.
-uint64_t numberOf(const kxObject* parent, const kxObject* child)
-{
-    uint64_t number = reinterpret_cast<uintptr_t>(parent) * 0x9E3779B97F4A7C15ull;
-    number = (number ^ number >> 32 ^ reinterpret_cast<uintptr_t>(child)) * 0xBF58476D1CE4E5B9ull;
-    number = (number ^ number >> 29) * 0x94D049BB133111EBull;
-    return number ^ number >> 32;
-}
-
-} // namespace
-
-// True when all links agree and none leaves the graph; its nodes are known then.
+// True when all links agree and none leaves the graph; its nodes are known then. Nor is there anything to say of a graph of a
+// file whose graphs are sound when they are taken together.
 bool kxRepairHierarchy::isSound(kxNode* root)
 {
-    struct Context
-    {
-        kxTSerialMap<kxNode*> nodes;
-        uint64_t sum = 0;
-    } context;
-    forEachNodeOnce(
-        root,
-        [](kxNode* node, void* data)
-        {
-            auto& [nodes, sum] = *static_cast<Context*>(data);
-            nodes[node] = node;
-            if (const kxNodeList* parents = node->_parentList)
-                for (const kxObject* parent : *parents)
-                    sum -= parent ? numberOf(parent, node) : 0;
-            if (const auto* group = kxCast<kxGroup>(node); group && group->_childList)
-                for (const kxObject* child : *group->_childList)
-                    sum += child ? numberOf(group, child) : 0;
-        },
-        &context);
-    if (context.sum != 0)
+    LinkSum links;
+    links.add(root);
+    if (links.sum != 0 && !(m_currentInfo != 0 && m_fileIsSound))
         return false;
-    context.nodes.forEach(
+    links.nodes.forEach(
         [this](kxNode* node)
         {
             if (node)
@@ -475,6 +507,19 @@ void kxRepairHierarchy::mergeNodeList()
 {
     if (m_newlyKnown.empty())
         return;
+    // Graphs of a file that was just loaded follow each other in the order of their nodes' serials.
+    const auto isRising = [](const kxNode* a, const kxNode* b) { return a->getSerial() < b->getSerial(); };
+    if ((m_serials.empty() || m_serials.back() < m_newlyKnown.front()->getSerial()) &&
+        std::is_sorted(m_newlyKnown.begin(), m_newlyKnown.end(), isRising))
+    {
+        for (kxNode* node : m_newlyKnown)
+        {
+            _nodeList->append(node);
+            m_serials.push_back(node->getSerial());
+        }
+        m_newlyKnown.clear();
+        return;
+    }
     struct Known
     {
         uint32_t serial;

@@ -41,8 +41,10 @@ protected:
 
 private:
     class Walk;
+    struct LinkSum;
     struct Cuts;
 
+    bool isFileSound() const;
     bool isSound(kxNode* root);
     void collectNodes(kxNode* node, const kxNode* pathParent, kxLinkIndex& links);
     void detectLeakedNodes(kxNode* node, const Walk& collecting, kxLinkIndex& links, Cuts& cuts);
@@ -77,6 +79,7 @@ private:
         bool several = false;
     };
     bool m_severalInfos = false; // more than one is being repaired, of which the first can change what others hold
+    bool m_fileIsSound = false;  // all graphs of the file, taken together
     bool m_graphsNoted = false;
     kxTSerialMap<Place> m_places;
     uint32_t m_currentInfo = 0;

@@ -16,7 +16,7 @@ enum STATISTICS_VERBOSE : int32_t
 };
 const kxMetaEnum& kxMetaEnumOf(STATISTICS_VERBOSE);
 
-/// Which objects stand in a list of instances, as long as nobody else edits it.
+/// Which objects stand in a list of instances, as long as they live and nobody else edits it.
 struct kxInstanceMarks
 {
     kxTSerialMap<bool> isListed;

@@ -390,8 +390,10 @@ void kxMovingGraph::addGeometryPoints(const kxGeometryAttr& data, const Place& p
         for (const kxMorphTarget* target : *data._morphTargets)
         {
             kxVec3d displacement(0, 0, 0);
-            for (const kxVertexArray* array : *target->_arrays)
-                if (usableArray(array, 3) && array->_semantic == kPosition && vertex < array->_count)
+            // A target that is not there moves nothing, but has its weight.
+            for (uint32_t a = 0; target && a < target->_arrays->getCount(); ++a)
+                if (const kxVertexArray* array = target->_arrays->get(a);
+                    usableArray(array, 3) && array->_semantic == kPosition && vertex < array->_count)
                     displacement = vectorAt(*array, vertex);
             point.displacements.push_back(displacement);
         }

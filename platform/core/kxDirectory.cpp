@@ -91,7 +91,6 @@ kxObjectDirEntry* kxDirectory::addEntry(kxObject* object, kxStringRef name)
     entry->_name = name;
     entry->_object = object;
     _entries->append(entry);
-    m_infosAreRoots = false;
     dropSharedEntries();
     return entry;
 }
@@ -121,12 +120,12 @@ void kxDirectory::clear()
     _entries->clear();
     dropSharedEntries();
     m_loaded = false;
-    m_infosAreRoots = false;
 }
 
 void kxDirectory::dropSharedEntries()
 {
     m_collected = false;
+    m_infosAreRoots = false;
     m_sharedEntries.clear();
     m_sharedObjects.clear();
 }

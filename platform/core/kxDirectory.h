@@ -41,7 +41,7 @@ class kxDirectory : public kxObject
     void dropSharedEntries();
 
     /// Said by a reader behind its last entry: no info lies below a root. Spares those who want the infos the collection of all
-    /// objects. Adding an entry takes it back.
+    /// objects. Adding an entry and `dropSharedEntries` take it back.
     void setInfosAreRoots() { m_infosAreRoots = true; }
     bool areInfosRoots() const { return m_infosAreRoots; }
 

@@ -267,9 +267,10 @@ bool kxKXBReader::bindType(const KXB::Type& header, std::vector<Field>& fields)
 
 void kxKXBReader::bindFields(Type& type, const std::vector<Field>& fields)
 {
+    std::unordered_set<const kxMetaField*> bound;
     for (const Field& field : fields)
     {
-        Operation operation = bindField(type, field);
+        Operation operation = bindField(type, field, bound);
         if (!type.operations.empty() && !operation.appendedInFile && !operation.appended)
         {
             Operation& last = type.operations.back();
@@ -287,7 +288,8 @@ void kxKXBReader::bindFields(Type& type, const std::vector<Field>& fields)
     }
 }
 
-kxKXBReader::Operation kxKXBReader::bindField(const Type& type, const Field& field)
+kxKXBReader::Operation kxKXBReader::bindField(const Type& type, const Field& field,
+                                              std::unordered_set<const kxMetaField*>& bound)
 {
     Operation operation;
     operation.byteCount = field.byteCount;
@@ -298,9 +300,8 @@ kxKXBReader::Operation kxKXBReader::bindField(const Type& type, const Field& fie
     if (!known || known->hasFlag(kxMetaField::NOT_SAVED))
         return operation;
     // Of a field that is there twice the first counts: what the second one replaced would be taken for held.
-    for (const Operation& earlier : type.operations)
-        if (earlier.field == known)
-            return operation;
+    if (!bound.insert(known).second)
+        return operation;
     if (static_cast<uint32_t>(known->getKind()) != field.kind)
     {
         warn("field %s of class %s has another kind now and keeps its default", name.c_str(), type.name.c_str());

@@ -5,6 +5,7 @@
 #include "platform/core/kxKXBLayout.h"
 
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 namespace Kel::Core
@@ -34,7 +35,7 @@ private:
     bool readTypes();
     bool bindType(const KXB::Type& header, std::vector<KXB::Field>& fields);
     void bindFields(Type& type, const std::vector<KXB::Field>& fields);
-    Operation bindField(const Type& type, const KXB::Field& field);
+    Operation bindField(const Type& type, const KXB::Field& field, std::unordered_set<const kxMetaField*>& bound);
     bool createObjects();
     bool findLeaf(uint32_t slot, const KXB::Leaf& leaf);
     bool readRecords();

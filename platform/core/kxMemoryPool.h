@@ -29,7 +29,7 @@ public:
     /// Gives a block back to the pool that it came from; `byteCount` is what it was allocated with.
     static void release(void* block, size_t byteCount);
 
-    /// Bytes now handed out by `allocate`, large blocks included.
+    /// Bytes now handed out by `allocate`, blocks beyond `kMaxBlock` left out.
     size_t getUsedBytes() const { return m_usedBytes; }
 
 private:

@@ -2,6 +2,8 @@
 
 #include "platform/core/kxFileFormat.h"
 #include "platform/core/kxInfo.h"
+#include "platform/core/kxListBase.h"
+#include "platform/core/kxMemoryBlock.h"
 
 namespace Kel::Core
 {
@@ -17,10 +19,16 @@ kxObject* findShared(const kxDirectory* directory, kxStringRef typeName, const k
         return nullptr;
     const auto isWanted = [&](const kxObject* object)
     { return object && object->isOfType(type) && object->isOfType(base) && accept(object); };
-    // The roots are the first of the shared objects, and mostly one of them is wanted.
+    // Roots are the first of the shared objects, up to the first that is walked through, and mostly one of them is wanted.
     for (const kxDirEntry* entry : *directory->_entries)
-        if (isWanted(entry->getObject()))
+    {
+        const kxObject* root = entry->getObject();
+        if (kxCast<kxListBase>(root) || kxCast<kxMemoryBlock>(root) || kxCast<kxMetaObject>(root) ||
+            kxCast<kxMetaField>(root))
+            break;
+        if (isWanted(root))
             return entry->getObject();
+    }
     if (directory->areInfosRoots() && type->isDerivedFrom(kxInfo::staticMetaObject()))
         return nullptr;
     const uint32_t count = directory->getSharedEntryCount();

@@ -7,8 +7,9 @@ namespace Kel::Core
 {
 
 /// Slabs cut one after another from large mapped regions. The general allocator would leave a gap before each aligned
-/// slab. Beyond the first regions the system is asked for huge pages: a large graph has objects everywhere, and with small
-/// pages most of the time of a walk goes into looking up where they are. May be called from several threads.
+/// slab. Beyond the first region the system is asked for huge pages: a large graph has objects everywhere, and with small
+/// pages most of the time of a walk goes into looking up where they are. Slabs given back serve the
+/// pools that come later; the system does not get them back. May be called from several threads.
 class kxSlabArena
 {
 public:

@@ -19,7 +19,10 @@ class Shrink(CliTest):
 
     def testOnlyWhatTheFaultNeedsIsLeft(self):
         self.write("step.ini", script(("kxCliDislikes", {"nodeName": "House 2"})))
-        out, _ = self.shrink("scene.gltf", "-s", "step.ini", "-o", "small.kxb")
+        os.makedirs(self.path("a folder"))
+        for name in ("scene.gltf", "lamp.png"):
+            os.rename(self.path(name), self.path("a folder/" + name))
+        out, _ = self.shrink("a folder/scene.gltf", "-s", "step.ini", "-o", "small.kxb")
         self.assertRegex(out, r"kxopt run small\.kxb -s step\.ini")
         self.assertIn("kxCliDislikes: failed", self.kxopt("run", "small.kxb", "-s", "step.ini", plugins=True, status=1)[1])
         tree = self.kxopt("inspect", "small.kxb", "--tree")[0]
@@ -31,7 +34,14 @@ class Shrink(CliTest):
         self.write("step.ini", script("kxCliFails"))
         _, err = self.shrink("scene.gltf", "-s", "step.ini", "--says", "another fault", status=1)
         self.assertIn("shows no fault", err)
+        _, err = self.shrink("scene.gltf", "-s", "step.ini", "-o", "missing/small.kxb", status=1)
+        self.assertIn("missing", err)
         self.assertFalse(self.exists("small.kxb"))
+
+    def testTextCanMarkTheFaultOfARunThatEndsWell(self):
+        self.write("step.ini", script(("kxRemoveAttrs", {"attributeType": "kxMaterialAttr"})))
+        self.shrink("scene.gltf", "-s", "step.ini", "--says", "attributes removed")
+        self.assertIn("Material", self.kxopt("inspect", "small.kxb", "--tree")[0])
 
 
 if __name__ == "__main__":

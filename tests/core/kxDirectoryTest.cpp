@@ -97,6 +97,22 @@ TEST(kxResource, FindsObjectsByTypeAndName)
     EXPECT_EQ(node->getRefCount(), 2u);
 }
 
+TEST(kxResource, FindsInfosBelowRootsOnceTheyAreHungThere)
+{
+    auto directory = kxNew<kxDirectory>();
+    auto values = kxNew<kxTestValues>();
+    directory->addEntry(values, "root");
+    directory->setInfosAreRoots();
+    EXPECT_EQ(kxResource::getInfoByType(directory, "kxTestNode"), nullptr);
+    auto node = kxNew<kxTestNode>("below");
+    values->_object = node;
+    directory->dropSharedEntries();
+    EXPECT_EQ(kxResource::getInfoByType(directory, "kxTestNode"), node.get());
+    auto file = kxNew<kxFileInfo>();
+    file->registerFile(directory);
+    EXPECT_TRUE(file->_infoList->contains(node));
+}
+
 struct LoadCase
 {
     const char* path;

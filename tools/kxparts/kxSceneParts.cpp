@@ -50,6 +50,10 @@ void kxSceneParts::collect(kxObject* object)
         kxObject* reference = referenceOf(field, object);
         if (auto* list = kxCast<kxObjectList>(reference))
         {
+            bool& isMet = m_listsMet[list];
+            if (isMet)
+                continue; // another field holds the same list
+            isMet = true;
             m_held.emplace_back(list);
             for (uint32_t i = 0; i < list->getCount(); ++i)
                 m_parts.push_back({object, field, i});
@@ -70,34 +74,50 @@ void kxSceneParts::collectMiddles(kxObject* object)
 // Backwards, so that the places of elements still to go stay what they were.
 void kxSceneParts::leaveOut(size_t first, size_t last)
 {
-    for (size_t i = last; i-- > first;)
+    size_t firstMiddle = last;
+    while (firstMiddle > first && m_parts[firstMiddle - 1].middle)
+        --firstMiddle;
+    leaveOutMiddles(firstMiddle, last);
+    for (size_t i = firstMiddle; i-- > first;)
         leaveOut(m_parts[i]);
 }
 
-void kxSceneParts::leaveOutMiddle(const Part& part)
+// Middles of one parent stand together, and a parent makes its list anew once.
+void kxSceneParts::leaveOutMiddles(size_t first, size_t last)
 {
-    auto* parent = static_cast<kxGroup*>(part.owner);
-    const int place = parent->getChild(part.middle);
-    if (place < 0)
-        return;
-    parent->removeChild(static_cast<uint32_t>(place));
-    for (uint32_t i = 0; i < part.middle->getChildCount(); ++i)
-        parent->insertChild(static_cast<uint32_t>(place) + i, part.middle->getChild(i));
+    for (size_t next; first < last; first = next)
+    {
+        auto* parent = static_cast<kxGroup*>(m_parts[first].owner);
+        kxTSerialMap<bool> goes;
+        for (next = first; next < last && m_parts[next].owner == parent; ++next)
+            goes[m_parts[next].middle] = true;
+        std::vector<kxSmartPointer<kxNode>> children;
+        for (uint32_t i = 0; i < parent->getChildCount(); ++i)
+        {
+            kxNode* child = parent->getChild(i);
+            const auto* middle = child && goes.get(child) ? static_cast<const kxGroup*>(child) : nullptr;
+            for (uint32_t below = 0; middle && below < middle->getChildCount(); ++below)
+                children.emplace_back(middle->getChild(below));
+            if (!middle)
+                children.emplace_back(child);
+        }
+        parent->removeAllChildren();
+        for (const kxSmartPointer<kxNode>& child : children)
+            parent->appendChild(child);
+    }
 }
 
 void kxSceneParts::leaveOut(const Part& part)
 {
-    if (part.middle)
-        return leaveOutMiddle(part);
     void* value = part.field->getAddress(part.owner);
     if (part.element >= 0)
     {
         const auto element = static_cast<uint32_t>(part.element);
         auto* list = static_cast<kxObjectList*>(referenceOf(part.field, part.owner));
         auto* group = kxCast<kxGroup>(part.owner);
-        if (group && list == group->_childList.get())
+        if (group && list == group->_childList.get() && element < list->getCount())
             group->removeChild(element); // the child lets go of its parent as well
-        else
+        else if (element < list->getCount())
             list->removeAt(element);
     }
     else if (part.field->getKind() == kxFieldKind::OBJECT || part.field->getKind() == kxFieldKind::MEMORY)

@@ -3,6 +3,7 @@
 
 #include "platform/core/kxFieldTypes.h"
 #include "platform/core/kxFileInfo.h"
+#include "platform/core/kxTSerialMap.h"
 #include "platform/sg/kxGroup.h"
 
 #include <vector>
@@ -32,9 +33,10 @@ private:
     void collect(Core::kxObject* object);
     void collectMiddles(Core::kxObject* object);
     void leaveOut(const Part& part);
-    void leaveOutMiddle(const Part& part);
+    void leaveOutMiddles(size_t first, size_t last);
 
     std::vector<Core::kxSmartPointer<Core::kxObject>> m_held; // so that what one part held is there for the next
+    Core::kxTSerialMap<bool> m_listsMet;
     std::vector<Part> m_parts;
 };
 

@@ -44,6 +44,7 @@ struct MovingScene
     kxSmartPointer<kxAnimationDatabase> database = kxNew<kxAnimationDatabase>();
     kxSmartPointer<kxAnimation> clip = kxNew<kxAnimation>();
     kxSmartPointer<kxGeometry> box, strip;
+    kxSmartPointer<kxGeometryAttr> face;
     kxSmartPointer<kxTransformSequence1_5> lid, knee;
     kxSmartPointer<kxValueSequence> weights, colour, swelling;
 
@@ -68,7 +69,8 @@ struct MovingScene
         positions("box", {1, 0, 0, 0, 2, 0});
         auto target = kxNew<kxMorphTarget>();
         target->_arrays->append(makeArray<float>("POSITION", kxComponentType::FLOAT32, 3, {0, 0, 0, 0, 0, 4}));
-        positions("face", {0, 0, 0, 1, 0, 0})->_morphTargets->append(target);
+        face = positions("face", {0, 0, 0, 1, 0, 0});
+        face->_morphTargets->append(target);
         auto* skinned = positions("skin", {0, 0, 0, 0, 5, 0});
         skinned->_arrays->append(makeArray<uint8_t>("JOINTS_0", kxComponentType::UINT8, 4, {0, 0, 0, 0, 0, 1, 0, 0}));
         skinned->_arrays->append(
@@ -289,6 +291,9 @@ TEST(kxMotionList, BrokenKeysAndEmptyScenesDoNoHarm)
     MovingScene scene;
     scene.lid->_quaternions->clear();
     scene.knee->_times->set(0, 3 * kSecond);
+    EXPECT_EQ(scene.collect().getClips().size(), 1u);
+    scene.face->_morphTargets->set(0, nullptr);
+    EXPECT_EQ(scene.collect().getClips().size(), 1u);
     scene.weights->_values = nullptr;
     scene.colour->_values->_count = 1000;
     scene.database->_skinList->get(0)->_inverseBindMatrices->_count = 1000;
