@@ -262,7 +262,7 @@ bool kxGltfArrays::resolveBuffer(uint32_t index)
                       kxFormat("buffer %u", index));
         return true;
     }
-    else if (textOf(*uri).substr(0, 5) == "data:")
+    else if (isDataUri(textOf(*uri)))
         buffer.data = decodeDataUri(textOf(*uri), mediaType, fault);
     else
     {

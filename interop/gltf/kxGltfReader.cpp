@@ -120,6 +120,8 @@ bool kxGltfReader::checkVersion(const kxJsonValue& root)
                                    static_cast<int>(std::min<size_t>(text.size(), 40)), text.data());
         if (major != 2)
             return m_faults.refuse("is glTF %u.%u, wanted 2.0", major, minor);
+        if (minor != 0 && key == std::string_view("minVersion"))
+            return m_faults.refuse("wants readers of glTF %u.%u; this one knows 2.0", major, minor);
     }
     m_info->_asset = kxStringRef(printValue(*asset));
     return true;

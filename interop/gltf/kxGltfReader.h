@@ -125,6 +125,7 @@ private:
     void attachMesh(kxGroup& node, const kxJsonValue& json, const std::string& where);
     bool readInstances(kxSmartPointer<kxGroup>& outermost, const kxJsonValue& json, const std::string& where);
     bool linkNodes();
+    void lockJointRoots();
     bool readScenes();
     bool readAnimations();
 

@@ -56,10 +56,14 @@ bool kxGltfReader::readImages()
         if (const kxJsonValue* type = findMember(json, "mimeType"); type && type->IsString())
             image->_mimeType = kxStringRef(textOf(*type));
         readImageSource(*image, json, kxFormat("image %u", i));
+        const kxJsonValue* uri = findMember(json, "uri");
+        const bool isFromText = uri && uri->IsString() && isDataUri(textOf(*uri));
         if (m_faults.isRefused())
             return false;
-        if (image->_mimeType.isEmpty() && image->_encoded)
-            image->_mimeType = detectImageType(image->_encoded->getData(), image->_encoded->getSize());
+        if (image->_encoded)
+            if (const kxStringRef found = detectImageType(image->_encoded->getData(), image->_encoded->getSize());
+                image->_mimeType.isEmpty() || (isFromText && !found.isEmpty()))
+                image->_mimeType = found; // what stands in a data URI is often not what it says
         m_images.push_back({image});
         m_objects.lists[static_cast<size_t>(kxGltfKind::IMAGE)].push_back(image);
     }
@@ -70,7 +74,7 @@ void kxGltfReader::readImageSource(kxImage& image, const kxJsonValue& json, cons
 {
     const kxJsonValue* uri = findMember(json, "uri");
     std::string fault;
-    if (uri && uri->IsString() && textOf(*uri).substr(0, 5) == "data:")
+    if (uri && uri->IsString() && isDataUri(textOf(*uri)))
     {
         std::string mediaType;
         m_info->_imagesInText = true;

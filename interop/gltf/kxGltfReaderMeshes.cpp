@@ -252,8 +252,9 @@ bool kxGltfReader::readVertexData(kxGeometryAttr& data, const kxJsonValue& json,
         {
             if (array->_count != vertexCount)
                 fault = "primitives whose attributes have different numbers of vertices are left out";
-            else if (array->_matrix ||
-                     !(allowedComponents(array->_semantic.view(), displacement) & 1u << array->_componentCount))
+            else if (array->_matrix
+                         ? displacement || !array->_semantic.view().starts_with('_') // of its own making: any type
+                         : !(allowedComponents(array->_semantic.view(), displacement) & 1u << array->_componentCount))
                 fault = "primitives with attributes of an impossible type are left out";
         }
     };

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <unordered_map>
 #include <unordered_set>
 
 namespace Kel::Gltf
@@ -486,7 +487,35 @@ bool kxGltfReader::linkNodes()
     for (uint32_t i = 0; i < count; ++i)
         for (uint32_t k = m_childStart[i]; k < m_childStart[i + 1]; ++k)
             m_nodes[i]->appendChild(m_nodes[m_children[k]]);
+    lockJointRoots();
     return true;
+}
+
+// The joints of a skin have to have a node above all of them. Where the file does not name it, it is kept all the same.
+void kxGltfReader::lockJointRoots()
+{
+    const auto parentOf = [](const kxNode* node) { return node->getParentCount() > 0 ? node->getParent(0) : nullptr; };
+    for (const kxSkin* skin : *m_database->_skinList)
+    {
+        if (!skin->_skeletonRoot->isEmpty())
+            continue;              // locked when it was read
+        std::vector<kxNode*> line; // from the first joint upwards
+        std::unordered_map<const kxNode*, size_t> places;
+        for (kxNode* at = skin->_joints->get(0); at; at = parentOf(at))
+        {
+            places[at] = line.size();
+            line.push_back(at);
+        }
+        size_t common = 0;
+        for (kxNode* at : *skin->_joints)
+        {
+            while (at && !places.contains(at))
+                at = parentOf(at);
+            common = std::max(common, at ? places[at] : line.size());
+        }
+        if (common < line.size() && !skin->_joints->contains(line[common])) // joints stay anyway
+            lock(line[common], "skin");
+    }
 }
 
 bool kxGltfReader::readScenes()

@@ -1,5 +1,6 @@
 #include "interop/gltf/kxGltfUri.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 
@@ -84,9 +85,17 @@ std::string encodePercent(std::string_view path)
     return text;
 }
 
+bool isDataUri(std::string_view uri)
+{
+    constexpr std::string_view kScheme = "data:";
+    return uri.size() >= kScheme.size() &&
+           std::equal(kScheme.begin(), kScheme.end(), uri.begin(),
+                      [](char wanted, char c) { return wanted == (c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c); });
+}
+
 kxUriKind classifyUri(std::string_view uri, std::string& relativePath)
 {
-    if (uri.substr(0, 5) == "data:")
+    if (isDataUri(uri))
         return kxUriKind::DATA;
     relativePath = decodePercent(uri);
     // A scheme is two letters or more; a single one is a drive, which is outside as well.
@@ -119,7 +128,7 @@ kxUriKind classifyUri(std::string_view uri, std::string& relativePath)
 kxSmartPointer<kxMemoryBlock> decodeDataUri(std::string_view uri, std::string& mediaType, std::string& fault)
 {
     const size_t comma = uri.find(',');
-    if (uri.substr(0, 5) != "data:" || comma == std::string_view::npos)
+    if (!isDataUri(uri) || comma == std::string_view::npos)
     {
         fault = "data URI has no comma";
         return nullptr;
@@ -137,6 +146,14 @@ kxSmartPointer<kxMemoryBlock> decodeDataUri(std::string_view uri, std::string& m
     if (body.find('%') != std::string_view::npos)
     {
         unescaped = decodePercent(body);
+        body = unescaped;
+    }
+    constexpr std::string_view kBlanks = " \t\r\n"; // some writers break the lines
+    if (body.find_first_of(kBlanks) != std::string_view::npos)
+    {
+        std::string joined(body);
+        std::erase_if(joined, [&](char c) { return kBlanks.find(c) != std::string_view::npos; });
+        unescaped = std::move(joined);
         body = unescaped;
     }
     while (!body.empty() && body.back() == '=')

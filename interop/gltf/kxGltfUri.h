@@ -28,6 +28,9 @@ enum class kxUriKind
     OTHER    ///< something else than a file, such as an address on the network
 };
 
+/// True for a URI that holds its data itself.
+bool isDataUri(std::string_view uri);
+
 /// Tells what `uri` leads to, and for files their path below (or beyond) the scene's folder.
 kxUriKind classifyUri(std::string_view uri, std::string& relativePath);
 

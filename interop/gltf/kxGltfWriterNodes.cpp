@@ -5,6 +5,7 @@
 #include "platform/sg/kxJoint.h"
 #include "platform/sg/kxTransform.h"
 
+#include <numbers>
 #include <cmath>
 
 namespace Kel::Gltf
@@ -312,7 +313,14 @@ std::string kxGltfWriter::lightsText()
             if (light->_innerConeAngle != usual._innerConeAngle)
                 json.member("innerConeAngle", light->_innerConeAngle);
             if (light->_outerConeAngle != usual._outerConeAngle)
-                json.member("outerConeAngle", light->_outerConeAngle);
+            {
+                // Half a turn, the most that is allowed, is less than the nearest number of single precision.
+                json.key("outerConeAngle");
+                if (light->_outerConeAngle == static_cast<float>(std::numbers::pi / 2))
+                    json.number(std::numbers::pi / 2);
+                else
+                    json.number(light->_outerConeAngle);
+            }
             json.endObject();
         }
         m_carried.write(json, light->_userData);

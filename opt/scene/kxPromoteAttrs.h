@@ -39,7 +39,8 @@ const kxMetaEnum& kxMetaEnumOf(ATTRIBUTE_SHARING_TYPE);
 /// Only attribute sets, blend matrix selections and shaders of exactly these types are seen as setting attributes. The
 /// picture changes where an attribute is promoted past another place that sets it: a shader that sets it in some passes
 /// only, a set that holds two values of it, and an override set that receives the attribute of its only child's
-/// subtree.
+/// subtree. So it does where a group sets an attribute of the type for one unit and all its children one for another:
+/// texture binds are better shared than promoted.
 ///
 /// Cost: one look-up by hash for each child, and one rebuilding of a child list for each group whose children differ.
 class kxPromoteAttrs : public kxOptBase

@@ -11,6 +11,7 @@
 #include "opt/framework/kxOptInterface.h"
 #include "opt/iterate/kxIterateGraph.h"
 #include "opt/scene/kxLinkIndex.h"
+#include "platform/core/kxFieldTypes.h"
 #include "platform/core/kxPrefetch.h"
 #include "platform/sg/kxAnimationDatabase.h"
 #include "platform/sg/kxSceneInfo.h"
@@ -153,15 +154,34 @@ uint64_t numberOf(const kxObject* parent, const kxObject* child)
     return number ^ number >> 32;
 }
 
+// The graphs that an info holds. Infos that only formats know may hold nodes as well: those that stand in no scene are part of
+// the file all the same.
 std::vector<kxNode*> rootsOf(const kxInfo* info)
 {
     std::vector<kxNode*> roots;
+    const auto add = [&roots](kxObject* object)
+    {
+        if (auto* node = kxCast<kxNode>(object))
+            roots.push_back(node);
+    };
     if (const auto* scene = kxCast<kxSceneInfo>(info))
         roots.push_back(scene->getSceneGraph());
     else if (const auto* database = kxCast<kxAnimationDatabase>(info))
         for (const kxSkin* skin : *database->getSkinList())
             if (skin)
                 roots.push_back(skin->getSkinnedGraph());
+    if (info && !roots.empty())
+        return roots;
+    for (const kxMetaField* field : info ? info->getMetaObject()->getFields() : std::span<kxMetaField* const>())
+    {
+        if (field->getKind() != kxFieldKind::OBJECT || field->hasFlag(kxMetaField::LINK_BACK) || field->isAppended())
+            continue;
+        kxObject* value = static_cast<const kxObjectField*>(field)->getObject(field->getAddress(info));
+        add(value);
+        if (const auto* list = kxCast<kxNodeList>(value))
+            for (kxNode* node : *list)
+                add(node);
+    }
     return roots;
 }
 

@@ -316,12 +316,21 @@ void appendAttrs(kxAllAttrStatistics& statistics, const kxObjectList& list, cons
 
 } // namespace
 
+// Nested instances can have more paths than any run could follow.
+constexpr size_t kMaxPaths = size_t(1) << 24;
+
 void kxStatistics::createStatitics(const kxNode* node, int depth)
 {
     const auto iterate = kxNew<kxIterateGraph>();
     iterate->begin(const_cast<kxNode*>(node));
+    size_t pathCount = 0;
     for (; iterate->isNotLast(); iterate->getNext())
     {
+        if (++pathCount > kMaxPaths)
+        {
+            printf("The graph has more than %zu paths; the statistics leave out the rest\n", kMaxPaths);
+            return;
+        }
         const kxNode* current = iterate->getCurrent();
         if (!current)
             continue;
