@@ -15,6 +15,7 @@
 #include "platform/sg/kxUserInfo.h"
 
 #include <algorithm>
+#include <cmath>
 #include <iterator>
 #include <limits>
 
@@ -173,6 +174,27 @@ HIERARCHY_COLLAPSE kxCollapseNodeForNode::decide()
     }                                                                                                                  \
     HIERARCHY_COLLAPSE Class::decide()
 
+namespace
+{
+
+// True when the axes do not stand at right angles to each other any more.
+bool isSheared(const kxMatrix44f& matrix)
+{
+    constexpr double kRightAngle = 1e-5; // cosine
+    kxVec3d axes[3];
+    for (int i = 0; i < 3; ++i)
+        axes[i] = kxVec3d(double(matrix[i][0]), double(matrix[i][1]), double(matrix[i][2]));
+    for (int i = 0; i < 3; ++i)
+    {
+        const kxVec3d &a = axes[i], &b = axes[(i + 1) % 3];
+        if (std::abs(a.dot(b)) > kRightAngle * a.length() * b.length())
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
 // A plain group says nothing about what is below it.
 KX_DECISION(kxCollapseNodeForGroup, kxGroup)
 {
@@ -191,12 +213,16 @@ KX_DECISION(kxCollapseNodeForTransform, kxTransform)
     const auto* inner = getOnlyFreeChild<kxTransform>(outer);
     if (!inner)
         return NO_CHANGE;
-    const auto product = kxNew<kxTransform>();
     const kxTransform* only = outer->isIdentity() ? inner : inner->isIdentity() ? outer : nullptr;
+    const kxMatrix44f matrix = only ? only->getMatrix() : inner->getMatrix() * outer->getMatrix();
+    // An uneven scale above a turn is a shear, which many readers of scenes cannot take in one transform.
+    if (isSheared(matrix) && !isSheared(inner->getMatrix()) && !isSheared(outer->getMatrix()))
+        return NO_CHANGE;
+    const auto product = kxNew<kxTransform>();
     if (only && only->_hasParts)
         product->setParts(only->_translation, only->_rotation, only->_scale);
     else
-        product->setMatrix(only ? only->getMatrix() : inner->getMatrix() * outer->getMatrix());
+        product->setMatrix(matrix);
     takeOver(product, outer, inner);
     _replaceNode = product;
     return REPLACE_TREE;

@@ -141,7 +141,10 @@ private:
         {
             step.matrix = kxMatrix44d(transform->getMatrix()) * step.matrix;
             place.isMoving |= isDriven;
-            // Weights are those of the mesh of one node, not of nodes below it.
+        }
+        // Weights are those of the mesh of one node, not of nodes below it.
+        if (node->isOfType(kxTransform::staticMetaObject()) || node->isOfExactType(kxGroup::staticMetaObject()))
+        {
             place.weights = nullptr;
             place.isMorphed = false;
         }

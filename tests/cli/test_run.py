@@ -4,13 +4,24 @@ import json
 import os
 import unittest
 
-from clitest import CliTest, script
+from clitest import CliTest, gltfScene, script
 
 SPEAKS = ("kxCliSpeaks", {"loud": "yes", "_offset": "0x10", "maxCount": 7, "share": "0.25", "word": "one two",
                           "colour": 1, "type": "kxTransform"})
 
 
 class Run(CliTest):
+    def testNodesOutsideOfTheScenesKeepWhatTheyShare(self):
+        scene = gltfScene()
+        scene["nodes"].append({"name": "Spare house", "mesh": 0})
+        self.write("scene.gltf", json.dumps(scene))
+        self.write("Veltrin.ini", script("kxRepairHierarchy"))
+        out, err = self.kxopt("run", "scene.gltf", "-o", "out.gltf")
+        self.assertNotIn("isn't in the graph", out + err)
+        spare = [node for node in json.loads(self.read("out.gltf"))["nodes"] if node.get("name") == "Spare house"]
+        self.assertEqual(len(spare), 1)
+        self.assertIn("mesh", spare[0])
+
     def testReport(self):
         self.write("Veltrin.ini", script("kxRepairHierarchy", SPEAKS))
         out, err = self.kxopt("run", "scene.gltf", plugins=True)

@@ -30,6 +30,8 @@ const Fault kRefused[] = {
     // versions and extensions
     {R"({"version":"2.0"})", R"({"version":"1.0"})", "is glTF 1.0, wanted 2.0"},
     {R"({"version":"2.0"})", R"({"version":"2.0","minVersion":"3.1"})", "is glTF 3.1, wanted 2.0"},
+    {R"({"version":"2.0"})", R"({"version":"2.1","minVersion":"2.1"})",
+     "wants readers of glTF 2.1; this one knows 2.0"},
     {R"({"version":"2.0"})", R"({"version":"two"})", "gives \"two\" as version of glTF"},
     {R"({"version":"2.0"})", R"({"generator":"x"})", "gives no version of glTF"},
     {R"("scene":0)", R"("extensionsRequired":["KHR_draco_mesh_compression"])",

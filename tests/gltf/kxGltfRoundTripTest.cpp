@@ -37,6 +37,42 @@ protected:
     }
 };
 
+// Within the rules, or as far beyond them as other programs go.
+TEST_F(GltfRoundTrip, WhatOtherProgramsWriteIsTaken)
+{
+    const std::string positions = replaced(dataUri(bytesOf<float>({0, 0, 0, 1, 0, 0, 0, 1, 0})), "data:", "DATA:");
+    const std::string png = "data:application/octet-stream;base64,iVBO\\nRw0K\\r\\nGgo=";
+    roundTrip(
+        R"({"asset":{"version":"2.0","minVersion":"2.0"},"nodes":[{"mesh":0,"extensions":{"KHR_lights_punctual":{"light":0}}}],
+"scenes":[{"nodes":[0]}],"meshes":[{"primitives":[{"attributes":{"POSITION":0,"_FRAME":1}}]}],
+"accessors":[{"bufferView":0,"componentType":5126,"count":3,"type":"VEC3"},{"bufferView":1,"componentType":5126,"count":3,"type":"MAT2"}],
+"bufferViews":[{"buffer":0,"byteLength":36},{"buffer":1,"byteLength":48}],
+"images":[{"uri":")" +
+        replaced(png, "\\\\", "\\") + R"("}],"textures":[{"source":0}],"materials":[{"normalTexture":{"index":0}}],
+"buffers":[{"byteLength":36,"uri":")" +
+        positions + R"("},{"byteLength":48,"uri":")" +
+        dataUri(bytesOf<float>({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12})) + R"("}],
+"extensionsUsed":["KHR_lights_punctual"],
+"extensions":{"KHR_lights_punctual":{"lights":[{"type":"spot","spot":{"outerConeAngle":1.5707963267948966}}]}}})");
+    EXPECT_EQ(at("extensions/KHR_lights_punctual/lights/0/spot/outerConeAngle"), "1.5707963267948966");
+    EXPECT_EQ(at("images/0/uri"), R"("data:image/png;base64,iVBORw0KGgo=")");
+    const std::string frame = at("meshes/0/primitives/0/attributes/_FRAME");
+    ASSERT_NE(frame, "");
+    EXPECT_EQ(at("accessors/" + frame + "/type"), "\"MAT2\"");
+}
+
+TEST_F(GltfRoundTrip, JointsKeepTheNodeAboveThem)
+{
+    const auto directory = loadText(R"({"asset":{"version":"2.0"},"scenes":[{"nodes":[0,5]}],
+"nodes":[{"name":"armature","children":[1,3]},{"name":"a","children":[2]},{"name":"b"},{"name":"c","children":[4]},{"name":"d"},
+ {"name":"e","children":[6]},{"name":"f"}],
+"skins":[{"joints":[2,4]},{"joints":[1,2]},{"joints":[2,6]}]})");
+    ASSERT_TRUE(directory) << m_errors;
+    EXPECT_THAT(lockedNames(*directory), ::testing::Contains("armature"));
+    for (const char* free : {"e", "c"}) // a joint stays anyway, and nothing stands above two roots
+        EXPECT_THAT(lockedNames(*directory), ::testing::Not(::testing::Contains(free)));
+}
+
 /// Text of a file, and places in it that must be the same afterwards.
 TEST_F(GltfRoundTrip, EveryObjectKeepsWhatIsSaidOfIt)
 {

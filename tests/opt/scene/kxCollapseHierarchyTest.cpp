@@ -46,6 +46,8 @@ const OptimizationCase kTransformCases[] = {
      "Group(Transform<3 0 0>(Geometry{tri}))"},
     {"also at the root", "Transform<1 0 0>(Transform<0 1 0>(Geometry{tri}))", "Transform<1 1 0>(Geometry{tri})"},
     {"mirrors are not baked into vertices", "Group(Transform<0 0 0 scale -1 1 1>(Geometry{tri}))", kUnchanged},
+    {"a product that shears is no transform that every reader takes",
+     "Group(Transform<0 0 0 scale 1 3 1>(Transform[rotation=0.92388,0,0,0.382683](Geometry{tri})))", kUnchanged},
     {"two mirrors", "Group(Transform<scale -1>(Transform<scale -1>(Geometry{tri})))", "Group(Geometry{tri})"},
     {"bones and what tracks drive", "Group(Joint(Joint), Transform^(Transform(Geometry{tri})))",
      "Group(Joint(Joint), Transform^(Geometry{tri}))"},
