@@ -2,6 +2,8 @@
 // parents that wait for the next one lie in a map by identity while it runs, and in the three lists between graphs.
 #include "opt/scene/kxPromoteAttrs.h"
 
+#include "opt/framework/kxOptInterface.h"
+#include "opt/scene/kxFileGraphs.h"
 #include "platform/core/kxReport.h"
 #include "platform/sg/kxBlendMatrixSelect.h"
 #include "platform/sg/kxSegment.h"
@@ -117,7 +119,20 @@ bool kxPromoteAttrs::configure(int)
 bool kxPromoteAttrs::applyToInfos()
 {
     m_hasNothing = false;
-    return kxOptBase::applyToInfos() || (!m_hasNothing && _instantiatedNodes->isEmpty());
+    return kxOptBase::applyToInfos() || (!m_hasNothing && areParentsInFile());
+}
+
+// Nodes with parents in graphs that are not promoted, such as nodes outside of the scenes, keep their attributes; that is as it
+// should be.
+bool kxPromoteAttrs::areParentsInFile() const
+{
+    if (_instantiatedNodes->isEmpty())
+        return true;
+    const kxFileGraphs graphs(_optInterface ? _optInterface->getInfos() : nullptr);
+    for (const kxNode* node : *_instantiatedNodes)
+        if (node && !graphs.holdParentsOf(node))
+            return false;
+    return true;
 }
 
 bool kxPromoteAttrs::apply(kxSmartPointer<kxNode>& root)

@@ -79,6 +79,7 @@ protected:
     bool isAttrAlike(kxAttr* a, kxAttr* b);
 
 private:
+    bool areParentsInFile() const;
     struct Instance;
     struct Frame;
     class Walk;

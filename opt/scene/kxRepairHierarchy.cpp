@@ -10,12 +10,10 @@
 
 #include "opt/framework/kxOptInterface.h"
 #include "opt/iterate/kxIterateGraph.h"
+#include "opt/scene/kxFileGraphs.h"
 #include "opt/scene/kxLinkIndex.h"
-#include "platform/core/kxFieldTypes.h"
 #include "platform/core/kxPrefetch.h"
-#include "platform/sg/kxAnimationDatabase.h"
 #include "platform/sg/kxSceneInfo.h"
-#include "platform/sg/kxSkin.h"
 
 #include <algorithm>
 
@@ -154,37 +152,6 @@ uint64_t numberOf(const kxObject* parent, const kxObject* child)
     return number ^ number >> 32;
 }
 
-// The graphs that an info holds. Infos that only formats know may hold nodes as well: those that stand in no scene are part of
-// the file all the same.
-std::vector<kxNode*> rootsOf(const kxInfo* info)
-{
-    std::vector<kxNode*> roots;
-    const auto add = [&roots](kxObject* object)
-    {
-        if (auto* node = kxCast<kxNode>(object))
-            roots.push_back(node);
-    };
-    if (const auto* scene = kxCast<kxSceneInfo>(info))
-        roots.push_back(scene->getSceneGraph());
-    else if (const auto* database = kxCast<kxAnimationDatabase>(info))
-        for (const kxSkin* skin : *database->getSkinList())
-            if (skin)
-                roots.push_back(skin->getSkinnedGraph());
-    if (info && !roots.empty())
-        return roots;
-    for (const kxMetaField* field : info ? info->getMetaObject()->getFields() : std::span<kxMetaField* const>())
-    {
-        if (field->getKind() != kxFieldKind::OBJECT || field->hasFlag(kxMetaField::LINK_BACK) || field->isAppended())
-            continue;
-        kxObject* value = static_cast<const kxObjectField*>(field)->getObject(field->getAddress(info));
-        add(value);
-        if (const auto* list = kxCast<kxNodeList>(value))
-            for (kxNode* node : *list)
-                add(node);
-    }
-    return roots;
-}
-
 } // namespace
 
 /// The nodes of one graph or several, each once, and the sum of their links.
@@ -232,7 +199,7 @@ bool kxRepairHierarchy::isFileSound() const
     const kxInfoList* infos = _optInterface ? _optInterface->getInfos() : nullptr;
     std::vector<kxNode*> roots;
     for (uint32_t i = 0; infos && i < infos->getCount(); ++i)
-        for (kxNode* root : rootsOf(infos->get(i)))
+        for (kxNode* root : getGraphRoots(infos->get(i)))
             roots.push_back(root);
     if (roots.size() < 2)
         return false; // the one graph will tell by itself
@@ -273,7 +240,7 @@ void kxRepairHierarchy::noteGraphs()
         uint32_t info;
     };
     for (uint32_t i = 0; i < infos->getCount(); ++i)
-        for (kxNode* root : rootsOf(infos->get(i)))
+        for (kxNode* root : getGraphRoots(infos->get(i)))
         {
             Context context{m_places, i + 1};
             forEachNodeOnce(

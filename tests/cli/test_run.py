@@ -15,8 +15,8 @@ class Run(CliTest):
         scene = gltfScene()
         scene["nodes"].append({"name": "Spare house", "mesh": 0})
         self.write("scene.gltf", json.dumps(scene))
-        self.write("Veltrin.ini", script("kxRepairHierarchy"))
-        out, err = self.kxopt("run", "scene.gltf", "-o", "out.gltf")
+        self.write("Veltrin.ini", script("kxRepairHierarchy", ("kxPromoteAttrs", {"attributeType": "kxMaterialAttr"})))
+        out, err = self.kxopt("run", "scene.gltf", "-o", "out.gltf", "--verify-each")
         self.assertNotIn("isn't in the graph", out + err)
         spare = [node for node in json.loads(self.read("out.gltf"))["nodes"] if node.get("name") == "Spare house"]
         self.assertEqual(len(spare), 1)
