@@ -17,38 +17,38 @@ using namespace Kel::Attrs;
 using Examples::kxPlacement;
 using Examples::kxTransformKind;
 
-namespace
-{
-
 kxSmartPointer<kxVertexArray> makeArray(const char* semantic, kxComponentType type, uint32_t components,
-                                        const void* values, size_t bytes)
+                                        const void* values, size_t count)
 {
     auto array = kxNew<kxVertexArray>();
     array->_semantic = semantic;
     array->_componentType = type;
     array->_componentCount = components;
-    array->_stride = components * componentBytes(type);
-    array->_count = static_cast<int64_t>(bytes) / array->_stride;
-    array->_data = kxMemoryBlock::copyOf(values, bytes);
+    array->_stride = array->getElementBytes();
+    array->_count = static_cast<int64_t>(count);
+    array->_data = kxMemoryBlock::copyOf(values, count * static_cast<size_t>(array->_stride));
     return array;
 }
 
-template <class T>
-kxSmartPointer<kxVertexArray> makeArray(const char* semantic, kxComponentType type, uint32_t components,
-                                        const std::vector<T>& values)
+namespace
 {
-    return makeArray(semantic, type, components, values.data(), values.size() * sizeof(T));
+
+template <class T>
+kxSmartPointer<kxVertexArray> arrayOf(const char* semantic, kxComponentType type, uint32_t components,
+                                      const std::vector<T>& values)
+{
+    return makeArray(semantic, type, components, values.data(), values.size() / components);
 }
 
 kxSmartPointer<kxGeometry> makeGeometry(const Examples::kxSceneGeometry& source)
 {
     auto attr = kxNew<kxGeometryAttr>();
-    attr->_indices = makeArray("", kxComponentType::UINT32, 1, source.indices);
-    attr->_arrays->append(makeArray("POSITION", kxComponentType::FLOAT32, 3, source.positions));
+    attr->_indices = arrayOf("", kxComponentType::UINT32, 1, source.indices);
+    attr->_arrays->append(arrayOf("POSITION", kxComponentType::FLOAT32, 3, source.positions));
     if (!source.normals.empty())
-        attr->_arrays->append(makeArray("NORMAL", kxComponentType::FLOAT32, 3, source.normals));
+        attr->_arrays->append(arrayOf("NORMAL", kxComponentType::FLOAT32, 3, source.normals));
     if (!source.uvs.empty())
-        attr->_arrays->append(makeArray("TEXCOORD_0", kxComponentType::FLOAT32, 2, source.uvs));
+        attr->_arrays->append(arrayOf("TEXCOORD_0", kxComponentType::FLOAT32, 2, source.uvs));
     auto geometry = kxNew<kxGeometry>();
     geometry->setName(kxStringRef(source.name));
     geometry->appendAttr(attr);

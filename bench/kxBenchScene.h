@@ -1,6 +1,7 @@
 // Scenes of a known shape for the benchmarks, as graphs of node classes.
 #pragma once
 
+#include "platform/attrs/kxVertexArray.h"
 #include "platform/sg/kxSceneInfo.h"
 
 #include <string>
@@ -15,6 +16,10 @@ using namespace Kel::Sg;
 /// its plan and, where the node draws, an attribute set with the node's material above the geometry (both shared).
 /// `shape` is city, chain or star; null for another.
 kxSmartPointer<kxSceneInfo> makeBenchScene(const std::string& shape, uint32_t nodeCount);
+
+/// An array of `count` elements side by side, copied from `values`.
+kxSmartPointer<Attrs::kxVertexArray> makeArray(const char* semantic, Attrs::kxComponentType type, uint32_t components,
+                                               const void* values, size_t count);
 
 /// Bytes of the vertex data in the graph, each array once.
 uint64_t countVertexBytes(kxNode* root);

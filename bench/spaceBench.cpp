@@ -25,19 +25,6 @@ using namespace Kel::Opt;
 namespace
 {
 
-kxSmartPointer<kxVertexArray> arrayOf(const char* semantic, kxComponentType type, uint32_t components,
-                                      const void* values, size_t count)
-{
-    auto array = kxNew<kxVertexArray>();
-    array->_semantic = semantic;
-    array->_componentType = type;
-    array->_componentCount = components;
-    array->_stride = array->getElementBytes();
-    array->_count = static_cast<int64_t>(count);
-    array->_data = kxMemoryBlock::copyOf(values, count * static_cast<size_t>(array->_stride));
-    return array;
-}
-
 /// A hilly sheet of about so many triangles with normals and coordinates, as one geometry.
 kxSmartPointer<kxGeometry> makeSheet(int64_t triangleCount)
 {
@@ -63,10 +50,10 @@ kxSmartPointer<kxGeometry> makeSheet(int64_t triangleCount)
         }
     const size_t vertexCount = positions.size() / 3;
     auto attr = kxNew<kxGeometryAttr>();
-    attr->_arrays->append(arrayOf("POSITION", kxComponentType::FLOAT32, 3, positions.data(), vertexCount));
-    attr->_arrays->append(arrayOf("NORMAL", kxComponentType::FLOAT32, 3, normals.data(), vertexCount));
-    attr->_arrays->append(arrayOf("TEXCOORD_0", kxComponentType::FLOAT32, 2, coordinates.data(), vertexCount));
-    attr->_indices = arrayOf("INDICES", kxComponentType::UINT32, 1, indices.data(), indices.size());
+    attr->_arrays->append(makeArray("POSITION", kxComponentType::FLOAT32, 3, positions.data(), vertexCount));
+    attr->_arrays->append(makeArray("NORMAL", kxComponentType::FLOAT32, 3, normals.data(), vertexCount));
+    attr->_arrays->append(makeArray("TEXCOORD_0", kxComponentType::FLOAT32, 2, coordinates.data(), vertexCount));
+    attr->_indices = makeArray("INDICES", kxComponentType::UINT32, 1, indices.data(), indices.size());
     auto geometry = kxNew<kxGeometry>();
     geometry->appendAttr(attr);
     return geometry;

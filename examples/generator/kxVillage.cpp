@@ -7,6 +7,7 @@
 #include "kxPlacements.h"
 #include "kxShapes.h"
 #include "kxVillageClips.h"
+#include "kxVillageGround.h"
 #include "kxVillageLooks.h"
 #include "kxVillageMeshes.h"
 

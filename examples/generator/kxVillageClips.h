@@ -1,5 +1,6 @@
 // How things in the village move.
-#pragma once
+#ifndef KX_VILLAGE_CLIPS_H
+#define KX_VILLAGE_CLIPS_H
 
 #include "kxPlacements.h"
 #include "kxSceneMaker.h"
@@ -26,3 +27,5 @@ std::vector<kxSceneChannel> flyRound(int32_t pivot, int32_t bird, int gull);
 kxSceneChannel waveJoint(int32_t node, int joint);
 
 } // namespace Kel::Examples
+
+#endif

@@ -59,16 +59,8 @@ enum kxVillageMesh : int32_t
     GULL_MESH
 };
 
-constexpr double kQuayTop = 1.5;
-constexpr double kTerraceRise = 3.0;
-constexpr double kTerraceFronts[4] = {-26.0, -40.0, -54.0, -70.0}; // the last one is where the hill begins
-constexpr double kVillageHalfWidth = 56.0;
-
 constexpr int kFlagJointCount = 5;
 constexpr double kFlagJointDistance = 0.75;
-
-/// Height of the land above the sea outside the quay and the terraces.
-double landHeight(double x, double z);
 
 /// Adds the geometries and meshes in the order of `kxVillageMesh`. Primitives without a material take the node's.
 void addVillageMeshes(kxScene& scene, uint64_t seed);

@@ -93,29 +93,30 @@ uint64_t kxAttrComparison::getKey(kxAttr* attr)
 uint32_t kxAttrIndex::findOrAppend(kxAttr* attr)
 {
     const uint64_t key = m_comparison->getKey(attr);
-    if (const int found = findWithKey(attr, key); found >= 0)
-        return static_cast<uint32_t>(found);
-    appendWithKey(attr, key);
+    const uint32_t found = find(attr, key);
+    if (found != kNone)
+        return found;
+    append(attr, key);
     return getCount() - 1;
 }
 
-int kxAttrIndex::findWithKey(kxAttr* attr, uint64_t key) const
+// Number of the first attribute that is alike, or none.
+uint32_t kxAttrIndex::find(kxAttr* attr, uint64_t key)
 {
-    uint32_t at = 0;
     if (!m_slots.empty())
     {
-        for (at = slotOf(key).first; at != kNone; at = m_entries[at].next)
-            if (m_comparison->isAlike(m_entries[at].attr, attr))
-                return static_cast<int>(at);
-        return -1;
+        uint32_t at = slotOf(key).first;
+        while (at != kNone && !m_comparison->isAlike(m_entries[at].attr, attr))
+            at = m_entries[at].next;
+        return at;
     }
-    for (; at < m_entries.size(); ++at)
+    for (uint32_t at = 0; at < m_entries.size(); ++at)
         if (m_entries[at].key == key && m_comparison->isAlike(m_entries[at].attr, attr))
-            return static_cast<int>(at);
-    return -1;
+            return at;
+    return kNone;
 }
 
-void kxAttrIndex::appendWithKey(kxAttr* attr, uint64_t key)
+void kxAttrIndex::append(kxAttr* attr, uint64_t key)
 {
     const uint32_t index = getCount();
     m_entries.push_back({attr, key, kNone, index});

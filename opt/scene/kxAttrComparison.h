@@ -55,10 +55,8 @@ public:
 
     uint32_t getCount() const { return static_cast<uint32_t>(m_entries.size()); }
     kxAttr* get(uint32_t index) const { return m_entries[index].attr; }
-    /// Number of the first attribute that is alike; -1 when there is none.
-    int find(kxAttr* attr) const { return findWithKey(attr, m_comparison->getKey(attr)); }
     /// Adds an attribute behind the others, whether it is alike to one of them or not. The index does not hold it.
-    void append(kxAttr* attr) { appendWithKey(attr, m_comparison->getKey(attr)); }
+    void append(kxAttr* attr) { append(attr, m_comparison->getKey(attr)); }
     /// Number of the first attribute that is alike, `attr` itself when it had to be added.
     uint32_t findOrAppend(kxAttr* attr);
 
@@ -80,10 +78,9 @@ private:
         uint32_t first = kNone; // entry
     };
 
-    int findWithKey(kxAttr* attr, uint64_t key) const;
-    void appendWithKey(kxAttr* attr, uint64_t key);
+    uint32_t find(kxAttr* attr, uint64_t key);
+    void append(kxAttr* attr, uint64_t key);
     Slot& slotOf(uint64_t key);
-    const Slot& slotOf(uint64_t key) const { return const_cast<kxAttrIndex*>(this)->slotOf(key); }
     void link(uint32_t index);
     void growSlots();
 

@@ -18,15 +18,18 @@ std::vector<kxNode*> getGraphRoots(const kxInfo* info)
             roots.push_back(node);
     };
     if (const auto* scene = kxCast<kxSceneInfo>(info))
+    {
         add(scene->getSceneGraph());
-    else if (const auto* database = kxCast<kxAnimationDatabase>(info))
+        return roots;
+    }
+    if (const auto* database = kxCast<kxAnimationDatabase>(info))
+    {
         for (const kxSkin* skin : *database->getSkinList())
             if (skin)
                 add(skin->getSkinnedGraph());
-    if (!info || info->isOfType(kxSceneInfo::staticMetaObject()) ||
-        info->isOfType(kxAnimationDatabase::staticMetaObject()))
         return roots;
-    for (const kxMetaField* field : info->getMetaObject()->getFields())
+    }
+    for (const kxMetaField* field : info ? info->getMetaObject()->getFields() : std::span<kxMetaField* const>())
     {
         if (field->getKind() != kxFieldKind::OBJECT || field->hasFlag(kxMetaField::LINK_BACK) || field->isAppended())
             continue;

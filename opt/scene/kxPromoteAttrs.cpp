@@ -67,18 +67,15 @@ struct kxPromoteAttrs::Frame
         int number = noAttrClass;
         if (attr)
         {
-            const int found = index.find(attr);
-            number = found < 0 ? -1 : static_cast<int>(classNumbers[static_cast<size_t>(found)]);
+            const uint32_t found = index.findOrAppend(attr);
+            number = found < classNumbers.size() ? static_cast<int>(classNumbers[found]) : -1;
         }
         if (number < 0)
         {
             number = static_cast<int>(classes.size());
             classes.push_back({attr, {}});
             if (attr)
-            {
-                index.append(attr);
                 classNumbers.push_back(static_cast<uint32_t>(number));
-            }
             else
                 noAttrClass = number;
         }

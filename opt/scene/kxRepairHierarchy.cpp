@@ -12,7 +12,6 @@
 #include "opt/iterate/kxIterateGraph.h"
 #include "opt/scene/kxFileGraphs.h"
 #include "opt/scene/kxLinkIndex.h"
-#include "platform/core/kxPrefetch.h"
 #include "platform/sg/kxSceneInfo.h"
 
 #include <algorithm>
@@ -26,7 +25,7 @@ KX_IMPLEMENT(kxRepairHierarchy)
 class kxRepairHierarchy::Walk
 {
 public:
-    /// Calls `visit(node, parent)` for every node of every path, leaving out what lies below a node under which nothing was said
+    /// Calls `visit(node)` for every node of every path, leaving out what lies below a node under which nothing was said
     /// when it was last walked. The graph may lose links during the walk as long as its nodes live.
     template <class Visit>
     void run(kxIterateGraph& iterate, kxNode* root, const int64_t& messageCount, Visit visit)
@@ -45,7 +44,7 @@ public:
             }
             m_states[node] = OPEN;
             m_path.push_back({node, messageCount});
-            visit(node, depth > 1 ? m_path[depth - 2].node : nullptr);
+            visit(node);
             iterate.getNext();
         }
         while (!m_path.empty())
@@ -304,18 +303,10 @@ bool kxRepairHierarchy::apply(kxSmartPointer<kxNode>& root)
     Cuts cuts;
     Walk collecting;
     Walk detecting;
-    m_suspects.clear();
-    collecting.run(*iterate, root, m_messageCount,
-                   [&](kxNode* node, const kxNode* pathParent) { collectNodes(node, pathParent, links); });
+    collecting.run(*iterate, root, m_messageCount, [&](kxNode* node) { collectNodes(node, links); });
     mergeNodeList();
-    // Where every parent that was met has turned out to be in the graph, the second pass would find nothing.
-    const bool allKnown =
-        std::all_of(m_suspects.begin(), m_suspects.end(), [this](const kxNode* parent) { return isInGraph(parent); });
-    m_suspects.clear();
-    if (allKnown)
-        return true;
     detecting.run(*iterate, root, m_messageCount,
-                  [&](kxNode* node, const kxNode*) { detectLeakedNodes(node, collecting, links, cuts); });
+                  [&](kxNode* node) { detectLeakedNodes(node, collecting, links, cuts); });
     cuts.carryOut();
     return true;
 }
@@ -343,36 +334,7 @@ kxNode* kxRepairHierarchy::checkChildList(const kxNode* node)
     return nullptr;
 }
 
-namespace
-{
-
-// What is asked of the neighbours of a node lies anywhere in memory in a large graph. Asked for ahead it arrives together.
-constexpr uint32_t kNodesAhead = 8;
-constexpr uint32_t kListsAhead = 4;
-
-void prefetchParents(const kxNodeList* parents)
-{
-    const uint32_t count = std::min(parents->getCount(), kNodesAhead);
-    for (uint32_t i = 0; i < count; ++i)
-        prefetchObject(parents->kxObjectList::get(i));
-    for (uint32_t i = 0; i < count; ++i)
-        if (const auto* group = kxCast<kxGroup>(parents->kxObjectList::get(i)))
-            prefetchObject(group->_childList);
-}
-
-void prefetchChildren(const kxGroup* group, uint32_t index)
-{
-    if (index + kNodesAhead < group->getChildCount())
-        prefetchObject(group->getChild(index + kNodesAhead));
-    if (index + kListsAhead < group->getChildCount())
-        if (const kxNode* child = group->getChild(index + kListsAhead))
-            prefetchObject(child->_parentList);
-}
-
-} // namespace
-
-// `pathParent` is a parent known to list the node, since the walk came from there.
-void kxRepairHierarchy::collectNodes(kxNode* node, const kxNode* pathParent, kxLinkIndex& links)
+void kxRepairHierarchy::collectNodes(kxNode* node, kxLinkIndex& links)
 {
     if (kxNodeList* parents = node->_parentList)
     {
@@ -380,7 +342,7 @@ void kxRepairHierarchy::collectNodes(kxNode* node, const kxNode* pathParent, kxL
         auto disagrees = [&](kxObject* element)
         {
             const auto* parent = kxCast<kxGroup>(element);
-            if (stopped || !parent || parent == pathParent || links.contains(parent->_childList, node))
+            if (stopped || !parent || links.contains(parent->_childList, node))
                 return false;
             say("The node %s is not present in the the list of children of its parent %s\n", node->getName().c_str(),
                 parent->getName().c_str());
@@ -392,32 +354,23 @@ void kxRepairHierarchy::collectNodes(kxNode* node, const kxNode* pathParent, kxL
             count("parents removed that do not list the node");
             return true;
         };
-        if (parents->getCount() != 1 || parents->get(0) != pathParent)
-        {
-            prefetchParents(parents);
-            Cuts::removeIf(*parents, disagrees);
-            for (uint32_t i = 0; i < parents->getCount(); ++i)
-                noteParent(static_cast<const kxNode*>(parents->get(i)));
-        }
-        else
-            noteParent(pathParent);
+        Cuts::removeIf(*parents, disagrees);
     }
 
     const auto* group = kxCast<kxGroup>(node);
     for (uint32_t i = 0; group && i < group->getChildCount(); ++i)
     {
-        prefetchChildren(group, i);
         kxNode* child = group->getChild(i);
         if (!child || links.contains(child->_parentList, group))
             continue;
         if (!child->_parentList && _createParentList)
             child->_parentList = kxNew<kxNonRefCountedNodeList>();
         if (!child->_parentList)
-            return noteParent(node); // which does not become known
+            return; // the node does not become known
         say("The node %s has the child %s which doesn't reference it as a parent\n", node->getName().c_str(),
             child->getName().c_str());
         if (_disableRepair)
-            return noteParent(node);
+            return;
         child->_parentList->append(node);
         links.noteAppended(child->_parentList, node);
         say("\terror recovered.\n");

@@ -46,18 +46,12 @@ private:
 
     bool isFileSound() const;
     bool isSound(kxNode* root);
-    void collectNodes(kxNode* node, const kxNode* pathParent, kxLinkIndex& links);
+    void collectNodes(kxNode* node, kxLinkIndex& links);
     void detectLeakedNodes(kxNode* node, const Walk& collecting, kxLinkIndex& links, Cuts& cuts);
     template <class... A>
     void say(const char* format, A... arguments);
     bool isKnown(const kxNode* node) const { return m_known.get(node); }
     bool isInGraph(const kxNode* parent) const;
-    /// Keeps a parent that is not known to be in the graph, or not yet.
-    void noteParent(const kxNode* parent)
-    {
-        if (parent && !isKnown(parent))
-            m_suspects.push_back(parent);
-    }
     void noteKnown(kxNode* node);
     /// Before anything is changed: says for every node in which infos' graphs it stands.
     void noteGraphs();
@@ -69,7 +63,6 @@ private:
     kxTSerialMap<bool> m_known;                // its nodes
     std::vector<uint32_t> m_serials;           // of its elements, in order
     std::vector<kxNode*> m_newlyKnown;         // not in the list yet
-    std::vector<const kxNode*> m_suspects;     // parents met before they were known
     int64_t m_messageCount = 0;
 
     /// Infos of the loaded file in whose graphs a node stands.

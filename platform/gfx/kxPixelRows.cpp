@@ -271,42 +271,24 @@ struct RowPair
     kxRowFunction pack = nullptr;
 };
 
-template <Info F>
-struct PlainRows
-{
-    static void unpack(const uint8_t* source, uint8_t* target, size_t pixelCount)
-    {
-        unpackBody<F>(source, target, pixelCount);
-    }
-    static void pack(const uint8_t* source, uint8_t* target, size_t pixelCount)
-    {
-        packBody<F>(source, target, pixelCount);
-    }
-};
-template <Info F>
-struct WideRows
-{
-    KX_WIDE_VECTORS static void unpack(const uint8_t* source, uint8_t* target, size_t pixelCount)
-    {
-        unpackBody<F>(source, target, pixelCount);
-    }
-    KX_WIDE_VECTORS static void pack(const uint8_t* source, uint8_t* target, size_t pixelCount)
-    {
-        packBody<F>(source, target, pixelCount);
-    }
-};
-template <Info F>
-struct WidestRows
-{
-    KX_WIDEST_VECTORS static void unpack(const uint8_t* source, uint8_t* target, size_t pixelCount)
-    {
-        unpackBody<F>(source, target, pixelCount);
-    }
-    KX_WIDEST_VECTORS static void pack(const uint8_t* source, uint8_t* target, size_t pixelCount)
-    {
-        packBody<F>(source, target, pixelCount);
-    }
-};
+// The functions of one format, translated for the processors that a word in front of a function names.
+#define KX_ROWS(Name, PROCESSOR)                                                                                       \
+    template <Info F>                                                                                                  \
+    struct Name                                                                                                        \
+    {                                                                                                                  \
+        PROCESSOR static void unpack(const uint8_t* source, uint8_t* target, size_t pixelCount)                        \
+        {                                                                                                              \
+            unpackBody<F>(source, target, pixelCount);                                                                 \
+        }                                                                                                              \
+        PROCESSOR static void pack(const uint8_t* source, uint8_t* target, size_t pixelCount)                          \
+        {                                                                                                              \
+            packBody<F>(source, target, pixelCount);                                                                   \
+        }                                                                                                              \
+    };
+KX_ROWS(PlainRows, )
+KX_ROWS(WideRows, KX_WIDE_VECTORS)
+KX_ROWS(WidestRows, KX_WIDEST_VECTORS)
+#undef KX_ROWS
 
 template <size_t I>
 RowPair makePair()

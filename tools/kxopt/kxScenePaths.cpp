@@ -26,7 +26,7 @@ void kxScenePaths::addRoot(kxNode* root)
 {
     if (!root)
         return;
-    m_roots.push_back(root);
+    ++m_values[root].paths;
     struct Step
     {
         kxGroup* group;
@@ -60,16 +60,6 @@ void kxScenePaths::addRoot(kxNode* root)
         if (kxNode* child = step.group->getChild(step.nextChild++))
             enter(child);
     }
-}
-
-void kxScenePaths::start()
-{
-    if (m_started)
-        for (const kxNode* node : m_postOrder)
-            m_values[node] = {0, 1};
-    m_started = true;
-    for (const kxNode* root : m_roots)
-        ++m_values[root].paths;
 }
 
 void kxScenePaths::handDown(kxNode* node, const Value& value)

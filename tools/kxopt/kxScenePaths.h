@@ -18,12 +18,11 @@ public:
     /// Adds the nodes below a root; null adds none. The graph must be free of cycles.
     void addRoot(Sg::kxNode* root);
 
-    /// Calls `callback(node, paths, depth)` once for every node, parents before their children: paths from the roots to it,
+    /// Behind the last root, once: calls `callback(node, paths, depth)` for every node, parents before their children: paths from the roots to it,
     /// instances of arrays included, and nodes on the longest of them. Cost: one walk of the links.
     template <class F>
     void forEach(F callback)
     {
-        start();
         for (size_t i = m_postOrder.size(); i-- > 0;)
         {
             if (i >= kAhead)
@@ -46,13 +45,10 @@ private:
     };
     static constexpr size_t kAhead = 8; // so many nodes before it is looked at, a node is asked for
 
-    void start();
     void handDown(Sg::kxNode* node, const Value& value);
 
-    std::vector<Sg::kxNode*> m_roots;
     // Below every root in turn; read backwards, parents stand before their children.
     std::vector<Sg::kxNode*> m_postOrder;
-    bool m_started = false;
     Core::kxTSerialMap<Value> m_values;
 };
 
