@@ -3,7 +3,10 @@
 #include "opt/framework/kxOptInterface.h"
 #include "opt/framework/kxOptManager.h"
 #include "opt/iterate/kxIterateGraph.h"
+#include "platform/core/kxDelayLine.h"
+#include "platform/core/kxPrefetch.h"
 #include "platform/core/kxReport.h"
+#include "platform/core/kxTSerialMap.h"
 #include "platform/sg/kxGeometry.h"
 #include "platform/sg/libKXSg.h"
 
@@ -62,33 +65,14 @@ void addToMean(float& mean, int32_t& number, int depth)
     ++number;
 }
 
-// True for an object that was not among the instances before; it is now.
-bool addInstance(kxObjectList& instances, kxInstanceMarks& marks, const kxObject* object)
-{
-    if (instances.getCount() != marks.count)
-    {
-        marks.isListed.clear();
-        for (const kxObject* listed : instances)
-            marks.isListed[listed] = true;
-        marks.count = instances.getCount();
-    }
-    bool& isListed = marks.isListed[object];
-    if (isListed)
-        return false;
-    isListed = true;
-    ++marks.count;
-    instances.insertSortedNew(const_cast<kxObject*>(object));
-    return true;
-}
-
 // Counts one meeting of an object in the entry of its type.
-void countMeeting(const Counters& counters, const kxObject* object, int depth, int32_t& meetings, float& meanDepth,
-                  kxObjectList& instances, kxInstanceMarks& marks)
+template <class Entry>
+void countMeeting(const Counters& counters, Entry& entry, const kxObject* object, int depth)
 {
-    addToMean(meanDepth, meetings, depth);
+    addToMean(entry._depth, entry._instance, depth);
     int32_t& number = counters.number(object);
     float& average = counters.average(object);
-    if (addInstance(instances, marks, object))
+    if (entry._instanceList->insertSorted(const_cast<kxObject*>(object)))
     {
         number = 0;
         average = 0;
@@ -96,6 +80,88 @@ void countMeeting(const Counters& counters, const kxObject* object, int depth, i
     }
     addToMean(average, number, depth);
 }
+
+/// The meetings of one walk. The counters of objects lie all over the memory, and shared objects are met in any order: a walk
+/// counts in records that lie side by side, asks for each some meetings ahead, and gives the objects their counters when it is
+/// over.
+template <class Statistics>
+class Tally
+{
+public:
+    Tally(const Counters& counters, Statistics& statistics) : m_counters(counters), m_statistics(statistics) {}
+
+    void meet(const kxObject* object, int depth)
+    {
+        Record& record = m_records[object];
+        __builtin_prefetch(&record);
+        auto* entry = m_statistics.getEntry(object->getMetaObject());
+        m_meetings.push({&record, entry, object, depth}, [this](const Meeting& meeting) { countMeeting(meeting); });
+    }
+
+    void finish()
+    {
+        m_meetings.flush([this](const Meeting& meeting) { countMeeting(meeting); });
+        m_records.forEach(
+            [&](const Record& record)
+            {
+                if (!record.object)
+                    return;
+                auto* entry = m_statistics.getEntry(record.object->getMetaObject());
+                if (!isInstance(*entry, record.object))
+                {
+                    entry->_instanceList->insertSortedNew(const_cast<kxObject*>(record.object));
+                    m_counters.variance(record.object) = 0;
+                }
+                m_counters.number(record.object) = record.number;
+                m_counters.average(record.object) = record.average;
+            });
+    }
+
+private:
+    using Entry = std::remove_pointer_t<decltype(std::declval<Statistics>().getEntry(nullptr))>;
+
+    struct Record
+    {
+        const kxObject* object = nullptr;
+        int32_t number = 0;
+        float average = 0;
+    };
+    struct Meeting
+    {
+        Record* record;
+        Entry* entry;
+        const kxObject* object;
+        int depth;
+    };
+
+    // Objects come in the order of the list, so that those of the walk itself are not looked for.
+    static bool isInstance(const Entry& entry, const kxObject* object)
+    {
+        const auto& list = *entry._instanceList;
+        return !list.isEmpty() && list.getLast()->getSerial() >= object->getSerial() && list.containsSorted(object);
+    }
+
+    void countMeeting(const Meeting& meeting)
+    {
+        addToMean(meeting.entry->_depth, meeting.entry->_instance, meeting.depth);
+        Record& record = *meeting.record;
+        if (!record.object)
+        {
+            record.object = meeting.object;
+            if (isInstance(*meeting.entry, meeting.object)) // of an earlier walk: its counters go on
+            {
+                record.number = m_counters.number(meeting.object);
+                record.average = m_counters.average(meeting.object);
+            }
+        }
+        addToMean(record.average, record.number, meeting.depth);
+    }
+
+    const Counters& m_counters;
+    Statistics& m_statistics;
+    kxTSerialMap<Record> m_records;
+    kxDelayLine<Meeting, 16> m_meetings;
+};
 
 // Entry of a type in a list sorted by the types' identity, made where it is missing. `last` is where the entry was found that
 // was asked for before: neighbours in a graph are often of one type.
@@ -149,7 +215,7 @@ void kxGenericNodeStatistics::listFields(kxFields<kxGenericNodeStatistics>& fiel
 
 void kxGenericNodeStatistics::appendNode(const kxNode* node, int depth)
 {
-    countMeeting(g_nodeCounters, node, depth, _instance, _depth, *_instanceList, m_marks);
+    countMeeting(g_nodeCounters, *this, node, depth);
 }
 
 void kxGenericNodeStatistics::reportStatistics(STATISTICS_VERBOSE level, kxOptInterface* service) const
@@ -180,7 +246,7 @@ void kxGenericAttrStatistics::listFields(kxFields<kxGenericAttrStatistics>& fiel
 
 void kxGenericAttrStatistics::appendAttr(const kxAttr* attr, const kxNode*, int depth)
 {
-    countMeeting(g_attrCounters, attr, depth, _instance, _depth, *_instanceList, m_marks);
+    countMeeting(g_attrCounters, *this, attr, depth);
 }
 
 void kxGenericAttrStatistics::reportStatistics(STATISTICS_VERBOSE level, kxOptInterface* service) const
@@ -202,10 +268,14 @@ void kxAllNodeStatistics::listFields(kxFields<kxAllNodeStatistics>& fields)
     fields.add(&kxAllNodeStatistics::_nodeStatisticsList, "_nodeStatisticsList", "one entry for each node type");
 }
 
+kxGenericNodeStatistics* kxAllNodeStatistics::getEntry(kxMetaObject* nodeType)
+{
+    return entryOf(*_nodeStatisticsList, nodeType, &kxGenericNodeStatistics::_nodeType, m_last);
+}
+
 void kxAllNodeStatistics::appendNode(const kxNode* node, int depth)
 {
-    entryOf(*_nodeStatisticsList, node->getMetaObject(), &kxGenericNodeStatistics::_nodeType, m_last)
-        ->appendNode(node, depth);
+    getEntry(node->getMetaObject())->appendNode(node, depth);
 }
 
 void kxAllNodeStatistics::reportStatistics(STATISTICS_VERBOSE level, kxOptInterface* service) const
@@ -220,10 +290,14 @@ void kxAllAttrStatistics::listFields(kxFields<kxAllAttrStatistics>& fields)
     fields.add(&kxAllAttrStatistics::_attrStatisticsList, "_attrStatisticsList", "one entry for each attribute type");
 }
 
+kxGenericAttrStatistics* kxAllAttrStatistics::getEntry(kxMetaObject* attrType)
+{
+    return entryOf(*_attrStatisticsList, attrType, &kxGenericAttrStatistics::_attrType, m_last);
+}
+
 void kxAllAttrStatistics::appendAttr(const kxAttr* attr, const kxNode* owner, int depth)
 {
-    entryOf(*_attrStatisticsList, attr->getMetaObject(), &kxGenericAttrStatistics::_attrType, m_last)
-        ->appendAttr(attr, owner, depth);
+    getEntry(attr->getMetaObject())->appendAttr(attr, owner, depth);
 }
 
 void kxAllAttrStatistics::reset()
@@ -297,22 +371,108 @@ bool kxStatistics::apply(kxSmartPointer<kxNode>& root)
 namespace
 {
 
-void appendAttrs(kxAllAttrStatistics& statistics, const kxObjectList& list, const kxNode* node, int depth)
+/// Attributes on the way from the nodes to the tally: those of shared nodes are far from one another, and so are the lists that
+/// hold them.
+class AttrRoad
 {
-    const kxMetaObject* elementType = list.getElementType();
-    if (elementType->isDerivedFrom(kxAttr::staticMetaObject()))
+public:
+    explicit AttrRoad(Tally<kxAllAttrStatistics>& tally) : m_tally(tally) {}
+
+    /// Takes the value of a field, not null: an attribute, a list that may lead to some, or something else.
+    void add(const kxObject* value, int depth)
     {
-        for (kxObject* element : list)
-            if (element)
-                statistics.appendAttr(static_cast<kxAttr*>(element), node, depth);
+        prefetchObject(value);
+        m_values.push({value, depth}, [this](const Stop& stop) { open(stop.object, stop.depth); });
     }
-    else if (elementType->isDerivedFrom(kxObjectList::staticMetaObject()))
+    void finish()
     {
-        for (kxObject* element : list)
-            if (element)
-                appendAttrs(statistics, static_cast<kxObjectList&>(*element), node, depth);
+        m_values.flush([this](const Stop& stop) { open(stop.object, stop.depth); });
+        m_attrs.flush([this](const Stop& stop) { m_tally.meet(stop.object, stop.depth); });
     }
+
+private:
+    struct Stop
+    {
+        const kxObject* object;
+        int depth;
+    };
+
+    void open(const kxObject* value, int depth)
+    {
+        if (value->isOfType(kxAttr::staticMetaObject()))
+            addAttr(value, depth);
+        else if (const auto* list = kxCast<kxObjectList>(value))
+            addList(*list, depth);
+    }
+    void addList(const kxObjectList& list, int depth)
+    {
+        const kxMetaObject* elementType = list.getElementType();
+        const bool isOfAttrs = elementType->isDerivedFrom(kxAttr::staticMetaObject());
+        if (!isOfAttrs && !elementType->isDerivedFrom(kxObjectList::staticMetaObject()))
+            return;
+        for (const kxObject* element : list)
+            if (element && isOfAttrs)
+                addAttr(element, depth);
+            else if (element)
+                addList(static_cast<const kxObjectList&>(*element), depth);
+    }
+    void addAttr(const kxObject* attr, int depth)
+    {
+        prefetchObject(attr);
+        m_attrs.push({attr, depth}, [this](const Stop& stop) { m_tally.meet(stop.object, stop.depth); });
+    }
+
+    Tally<kxAllAttrStatistics>& m_tally;
+    kxDelayLine<Stop, 8> m_values;
+    kxDelayLine<Stop, 8> m_attrs;
+};
+
+// True for the declared type of a field whose values may be attributes or lists that lead to some.
+bool mayHoldAttrs(const kxMetaObject* type)
+{
+    const auto isRelated = [type](const kxMetaObject* other)
+    { return type->isDerivedFrom(other) || other->isDerivedFrom(type); };
+    if (!type || isRelated(kxAttr::staticMetaObject()))
+        return true;
+    if (!isRelated(kxObjectList::staticMetaObject()))
+        return false;
+    for (const kxMetaObject* derived : type->getDerived())
+    {
+        const auto list = derived->createInstanceRef<kxObjectList>();
+        if (list && (list->getElementType()->isDerivedFrom(kxAttr::staticMetaObject()) ||
+                     list->getElementType()->isDerivedFrom(kxObjectList::staticMetaObject())))
+            return true;
+    }
+    return false;
 }
+
+/// The fields of each type that may lead to attributes, looked for once: most refer to parents, children, volumes.
+class AttrFields
+{
+public:
+    const std::vector<const kxObjectField*>& of(const kxMetaObject* type)
+    {
+        if (type->getIndex() >= m_types.size())
+            m_types.resize(type->getIndex() + 1);
+        Type& known = m_types[type->getIndex()];
+        if (!known.isKnown)
+        {
+            known.isKnown = true;
+            for (const kxMetaField* field : type->getFields())
+                if (field->getKind() == kxFieldKind::OBJECT && mayHoldAttrs(field->getReferencedType()))
+                    known.fields.push_back(static_cast<const kxObjectField*>(field));
+        }
+        return known.fields;
+    }
+
+private:
+    struct Type
+    {
+        bool isKnown = false;
+        std::vector<const kxObjectField*> fields;
+    };
+    std::vector<Type> m_types; // by index
+};
 
 } // namespace
 
@@ -323,31 +483,33 @@ void kxStatistics::createStatitics(const kxNode* node, int depth)
 {
     const auto iterate = kxNew<kxIterateGraph>();
     iterate->begin(const_cast<kxNode*>(node));
+    Tally nodes(g_nodeCounters, *_nodeStatistics);
+    Tally attrs(g_attrCounters, *_attrStatistics);
+    AttrRoad attrRoad(attrs);
+    AttrFields attrFields;
     size_t pathCount = 0;
     for (; iterate->isNotLast(); iterate->getNext())
     {
         if (++pathCount > kMaxPaths)
         {
             printf("The graph has more than %zu paths; the statistics leave out the rest\n", kMaxPaths);
-            return;
+            break;
         }
         const kxNode* current = iterate->getCurrent();
         if (!current)
             continue;
         const int currentDepth = depth - 1 + iterate->getCurrentDepth();
-        _nodeStatistics->appendNode(current, currentDepth);
-        for (const kxMetaField* field : current->getMetaObject()->getFields())
+        nodes.meet(current, currentDepth);
+        for (const kxObjectField* field : attrFields.of(current->getMetaObject()))
         {
-            if (field->getKind() != kxFieldKind::OBJECT)
-                continue;
             const void* address = field->getAddress(current);
-            kxObject* value = address ? static_cast<const kxObjectField*>(field)->getObject(address) : nullptr;
-            if (const auto* attr = kxCast<kxAttr>(value))
-                _attrStatistics->appendAttr(attr, current, currentDepth);
-            else if (const auto* list = kxCast<kxObjectList>(value))
-                appendAttrs(*_attrStatistics, *list, current, currentDepth);
+            if (const kxObject* value = address ? field->getObject(address) : nullptr)
+                attrRoad.add(value, currentDepth);
         }
     }
+    nodes.finish();
+    attrRoad.finish();
+    attrs.finish();
 }
 
 void kxStatistics::reportStatistics(STATISTICS_VERBOSE level, kxOptInterface* service) const

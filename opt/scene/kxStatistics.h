@@ -3,7 +3,6 @@
 
 #include "opt/framework/kxOptBase.h"
 #include "platform/attrs/kxAttr.h"
-#include "platform/core/kxTSerialMap.h"
 
 namespace Kel::Opt
 {
@@ -15,13 +14,6 @@ enum STATISTICS_VERBOSE : int32_t
     LEVEL2 = 2  ///< also one for each instance
 };
 const kxMetaEnum& kxMetaEnumOf(STATISTICS_VERBOSE);
-
-/// Which objects stand in a list of instances, as long as they live and nobody else edits it.
-struct kxInstanceMarks
-{
-    kxTSerialMap<bool> isListed;
-    uint32_t count = 0;
-};
 
 /// What was met of one node type.
 class kxGenericNodeStatistics : public kxObject
@@ -36,9 +28,6 @@ class kxGenericNodeStatistics : public kxObject
 
     void appendNode(const kxNode* node, int depth);
     void reportStatistics(STATISTICS_VERBOSE level, kxOptInterface* service) const;
-
-private:
-    kxInstanceMarks m_marks;
 };
 
 /// What was met of one attribute type.
@@ -54,9 +43,6 @@ class kxGenericAttrStatistics : public kxObject
 
     void appendAttr(const kxAttr* attr, const kxNode* owner, int depth);
     void reportStatistics(STATISTICS_VERBOSE level, kxOptInterface* service) const;
-
-private:
-    kxInstanceMarks m_marks;
 };
 
 KX_OBJECT_LIST(kxGenericNodeStatisticsList, kxGenericNodeStatistics)
@@ -70,6 +56,8 @@ class kxAllNodeStatistics : public kxObject
 
     kxSmartPointer<kxGenericNodeStatisticsList> _nodeStatisticsList = kxNew<kxGenericNodeStatisticsList>();
 
+    /// Entry of an exact type, made where there is none.
+    kxGenericNodeStatistics* getEntry(kxMetaObject* nodeType);
     void appendNode(const kxNode* node, int depth);
     void reportStatistics(STATISTICS_VERBOSE level, kxOptInterface* service) const;
 
@@ -85,6 +73,8 @@ class kxAllAttrStatistics : public kxObject
 
     kxSmartPointer<kxGenericAttrStatisticsList> _attrStatisticsList = kxNew<kxGenericAttrStatisticsList>();
 
+    /// Entry of an exact type, made where there is none.
+    kxGenericAttrStatistics* getEntry(kxMetaObject* attrType);
     void appendAttr(const kxAttr* attr, const kxNode* owner, int depth);
     void reset();
     void reportStatistics(STATISTICS_VERBOSE level, kxOptInterface* service) const;

@@ -30,22 +30,54 @@ std::vector<const kxObject*>& waitingObjects()
 
 } // namespace
 
-/// Values of the fields that were appended to the object's classes at run time.
+/// Values of the fields that were appended to the object's classes at run time. Small ones lie in the block itself; none moves
+/// while the object lives.
 struct kxObject::SideBlock
 {
     struct Entry
     {
         const kxMetaField* field;
-        void* value;
-    };
-    std::vector<Entry> entries;
-
-    ~SideBlock()
-    {
-        for (const Entry& entry : entries)
+        union
         {
-            entry.field->destroyValue(entry.value);
-            kxMemoryPool::release(entry.value, entry.field->getValueSize());
+            void* far;
+            alignas(8) char near[8];
+        };
+
+        static bool isNear(const kxMetaField* field) { return field->getValueSize() <= sizeof(near); }
+        void* getValue() { return isNear(field) ? near : far; }
+    };
+    static constexpr uint32_t kEntries = 4; // who appends one field mostly appends some
+
+    Entry entries[kEntries];
+    uint32_t count = 0;
+    SideBlock* next = nullptr;
+
+    static SideBlock* create() { return new (kxMemoryPool::getDefault().allocate(sizeof(SideBlock))) SideBlock; }
+
+    void* append(const kxMetaField* field)
+    {
+        Entry& entry = entries[count++];
+        entry.field = field;
+        if (!Entry::isNear(field))
+            entry.far = kxMemoryPool::getDefault().allocate(field->getValueSize());
+        field->constructValue(entry.getValue());
+        return entry.getValue();
+    }
+
+    static void release(SideBlock* block)
+    {
+        while (block)
+        {
+            for (uint32_t i = 0; i < block->count; ++i)
+            {
+                Entry& entry = block->entries[i];
+                entry.field->destroyValue(entry.getValue());
+                if (!Entry::isNear(entry.field))
+                    kxMemoryPool::release(entry.far, entry.field->getValueSize());
+            }
+            SideBlock* const next = block->next;
+            kxMemoryPool::release(block, sizeof(SideBlock));
+            block = next;
         }
     }
 };
@@ -63,7 +95,7 @@ kxObject::kxObject() : m_serial(++g_lastSerial)
 
 kxObject::~kxObject()
 {
-    delete m_side;
+    SideBlock::release(m_side);
     --g_liveCount;
     // Most objects are short-lived helpers: their numbers are given out again, or a long run would use all of them up.
     if (m_serial == g_lastSerial)
@@ -105,21 +137,23 @@ const char* kxObject::getTypeName() const
 
 void* kxObject::getSideValue(const kxMetaField* field, bool create) const
 {
-    if (m_side)
-        for (const SideBlock::Entry& entry : m_side->entries)
-            if (entry.field == field)
-                return entry.value;
+    SideBlock* last = nullptr;
+    for (SideBlock* block = m_side; block; block = block->next)
+    {
+        for (uint32_t i = 0; i < block->count; ++i)
+            if (block->entries[i].field == field)
+                return block->entries[i].getValue();
+        last = block;
+    }
     if (!create)
         return nullptr;
-    if (!m_side)
+    if (!last || last->count == SideBlock::kEntries)
     {
-        m_side = new SideBlock;
-        m_side->entries.reserve(4); // who appends one field mostly appends some
+        SideBlock* const added = SideBlock::create();
+        (last ? last->next : m_side) = added;
+        last = added;
     }
-    void* value = kxMemoryPool::getDefault().allocate(field->getValueSize());
-    field->constructValue(value);
-    m_side->entries.push_back({field, value});
-    return value;
+    return last->append(field);
 }
 
 bool kxObject::isAlikeShallow(const kxObject* other) const
