@@ -12,6 +12,8 @@
 #include "opt/iterate/kxIterateGraph.h"
 #include "opt/scene/kxFileGraphs.h"
 #include "opt/scene/kxLinkIndex.h"
+#include "platform/core/kxDelayLine.h"
+#include "platform/core/kxPrefetch.h"
 #include "platform/sg/kxSceneInfo.h"
 
 #include <algorithm>
@@ -163,6 +165,7 @@ struct kxRepairHierarchy::LinkSum
     {
         forEachNodeOnce(
             root, [](kxNode* node, void* self) { static_cast<LinkSum*>(self)->addNode(node); }, this);
+        m_waiting.flush([this](const kxNode* node) { addLinks(node); });
     }
 
 private:
@@ -172,6 +175,14 @@ private:
         if (known)
             return; // stands in another graph as well
         known = node;
+        // The lists are asked for while the walk goes on.
+        prefetchObject(node->_parentList);
+        if (const auto* group = kxCast<kxGroup>(node))
+            prefetchObject(group->_childList);
+        m_waiting.push(node, [this](const kxNode* near) { addLinks(near); });
+    }
+    void addLinks(const kxNode* node)
+    {
         if (const kxNodeList* parents = node->_parentList)
             for (const kxObject* parent : *parents)
                 sum -= parent ? numberOf(parent, node) : 0;
@@ -179,6 +190,8 @@ private:
             for (const kxObject* child : *group->_childList)
                 sum += child ? numberOf(group, child) : 0;
     }
+
+    kxDelayLine<const kxNode*, 8> m_waiting;
 };
 
 bool kxRepairHierarchy::applyToInfos()

@@ -13,16 +13,15 @@ constexpr uint32_t kWideCount = 64;
 /// For a walk over many siblings, once for each of them: children of a wide group tend to have few nodes below them, each
 /// somewhere else in memory, so their first branches are asked for link by link, each link when the one before it has had time
 /// to arrive. `nodeAhead(n)` gives the sibling n steps ahead, null when there is none; `arrived(node)` is called for the nodes
-/// of those branches some steps before the walk comes to them, with the node itself already near.
-template <class At, class F>
+/// of those branches some steps before the walk comes to them, with the node itself already near. Links are in turn a node and
+/// its list of children, the first is the sibling.
+template <uint32_t Links = 7, class At, class F>
 void prefetchBranches(At nodeAhead, F arrived)
 {
-    constexpr uint32_t kLinksAhead = 6;
     constexpr uint32_t kSiblingsPerLink = 2;
-    for (uint32_t link = 0; link < kLinksAhead; ++link)
+    for (uint32_t link = 0; link < Links; ++link)
     {
-        // Links are in turn a node and its list of children.
-        const kxNode* node = nodeAhead((kLinksAhead - link) * kSiblingsPerLink);
+        const kxNode* node = nodeAhead((Links - link) * kSiblingsPerLink);
         const kxNodeList* list = nullptr;
         for (uint32_t step = 0; node && step < link; ++step)
             if (step % 2 == 0)

@@ -5,6 +5,7 @@
 #include "platform/core/kxReport.h"
 #include "platform/core/kxTSerialMap.h"
 #include "platform/sg/kxGeometry.h"
+#include "platform/sg/kxPrefetchBranches.h"
 #include "platform/sg/kxShader.h"
 #include "platform/sg/kxTimeSwitch.h"
 #include "platform/sg/kxTimeTransform.h"
@@ -32,9 +33,11 @@ void kxSceneInfo::listFields(kxFields<kxSceneInfo>& fields)
 
 kxNode* findNode(kxNode* root, bool (*question)(kxNode* node, void* context), void* context)
 {
-    // Large graphs do not fit into the caches: nodes are asked for some steps before the walk comes to them.
+    // Large graphs do not fit into the caches: nodes are asked for some steps before the walk comes to them, and with those of
+    // wide groups what lies below them. Of these the walk comes to a new one whenever the stack is as short as never since.
     constexpr size_t kAhead = 6;
     std::vector<kxNode*> stack;
+    size_t shortest = 0;
     kxTSerialMap<bool> met;
     if (root)
         stack.push_back(root);
@@ -42,7 +45,14 @@ kxNode* findNode(kxNode* root, bool (*question)(kxNode* node, void* context), vo
     {
         kxNode* node = stack.back();
         stack.pop_back();
-        if (stack.size() >= kAhead)
+        if (stack.size() < shortest)
+        {
+            shortest = stack.size();
+            prefetchBranches<4>([&](size_t ahead)
+                                { return ahead <= stack.size() ? stack[stack.size() - ahead] : nullptr; },
+                                [&](const kxNode* near) { __builtin_prefetch(&met[near]); });
+        }
+        else if (stack.size() >= kAhead)
             prefetchObject(stack[stack.size() - kAhead]);
         if (bool& known = met[node]; known)
             continue;
@@ -50,10 +60,13 @@ kxNode* findNode(kxNode* root, bool (*question)(kxNode* node, void* context), vo
             known = true;
         if (question(node, context))
             return node;
-        if (const auto* group = kxCast<kxGroup>(node))
-            for (uint32_t i = group->getChildCount(); i-- > 0;)
-                if (kxNode* child = group->getChild(i))
-                    stack.push_back(child);
+        const auto* group = kxCast<kxGroup>(node);
+        const uint32_t count = group ? group->getChildCount() : 0;
+        for (uint32_t i = count; i-- > 0;)
+            if (kxNode* child = group->getChild(i))
+                stack.push_back(child);
+        if (count >= kWideCount)
+            shortest = stack.size();
     }
     return nullptr;
 }
