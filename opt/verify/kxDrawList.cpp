@@ -7,6 +7,7 @@
 #include "platform/attrs/kxGeometrySetAttr.h"
 #include "platform/attrs/kxParticleAttr.h"
 #include "platform/attrs/kxTextureBindAttr.h"
+#include "platform/core/kxDelayLine.h"
 #include "platform/sg/kxActor.h"
 #include "platform/sg/kxBillboard.h"
 #include "platform/sg/kxCamera.h"
@@ -49,20 +50,10 @@ bool isDrawn(const kxAttr* attr)
            attr->isOfType(kxGeometrySetAttr::staticMetaObject()) || attr->isOfType(kxParticleAttr::staticMetaObject());
 }
 
-// Things that turn, repeat or choose what is below them as their place says: a matrix above one is not the same as a
-// matrix below it, though the product is.
-bool isPlaceSeen(const kxNode* node)
-{
-    return node->isOfType(kxLod::staticMetaObject()) || node->isOfType(kxBillboard::staticMetaObject()) ||
-           node->isOfType(kxInstanceArray::staticMetaObject()) ||
-           node->isOfType(kxModelViewMatrixBoneSelect::staticMetaObject());
-}
-
 // A level of detail that draws its one child at every distance.
-bool hasNoChoice(const kxGroup* group)
+bool hasNoChoice(const kxLod* lod)
 {
-    const auto* lod = kxCast<kxLod>(group);
-    if (!lod || lod->getChildCount() != 1)
+    if (lod->getChildCount() != 1)
         return false;
     const kxFloatList* ranges = lod->_ranges;
     const uint32_t rangeCount = ranges ? ranges->getCount() : 0;
@@ -70,11 +61,66 @@ bool hasNoChoice(const kxGroup* group)
            (rangeCount < 2 || ranges->get(1) >= std::numeric_limits<float>::max());
 }
 
-bool isDriven(const kxNode* node)
+/// What the walk has to look at in nodes of one type; most types say no to most of it.
+struct NodeRole
 {
-    return node->isAnimated() || node->isDynamic() || node->isOfType(kxJoint::staticMetaObject()) ||
-           node->isOfType(kxTimeTransform::staticMetaObject());
-}
+    /// The class that says what a group does to what is below it.
+    enum Effect : uint8_t
+    {
+        NOTHING,
+        TRANSFORM,
+        ATTR_SET,
+        SHADER,
+        LIGHT_SET,
+        LIGHT_STATE_SET,
+        ACTOR
+    };
+
+    bool isKnown = false;
+    Effect effect = NOTHING;
+    bool isGroup = false;
+    bool isCamera = false;
+    bool isLod = false;
+    bool isMesh = false;
+    bool isDriven = false; // its nodes move
+    bool isPlaceSeen =
+        false;            // turns, repeats or chooses what is below as its place says: a matrix above is not one below
+    bool saysHow = false; // `hashDrawing` has something to say
+
+    NodeRole() = default;
+    NodeRole(const kxMetaObject* type, kxPictureHash& hash)
+        : isKnown(true),
+          effect(effectOf(type)),
+          isGroup(type->isDerivedFrom(kxGroup::staticMetaObject())),
+          isCamera(type->isDerivedFrom(kxCamera::staticMetaObject())),
+          isLod(type->isDerivedFrom(kxLod::staticMetaObject())),
+          isMesh(type->isDerivedFrom(kxMesh::staticMetaObject())),
+          isDriven(type->isDerivedFrom(kxJoint::staticMetaObject()) ||
+                   type->isDerivedFrom(kxTimeTransform::staticMetaObject())),
+          isPlaceSeen(isLod || type->isDerivedFrom(kxBillboard::staticMetaObject()) ||
+                      type->isDerivedFrom(kxInstanceArray::staticMetaObject()) ||
+                      type->isDerivedFrom(kxModelViewMatrixBoneSelect::staticMetaObject())),
+          saysHow(hash.mayHashDrawing(type))
+    {
+    }
+
+    bool hasContents() const { return effect == ATTR_SET || saysHow; }
+
+    static Effect effectOf(const kxMetaObject* type)
+    {
+        const std::pair<const kxMetaObject*, Effect> effects[] = {
+            {kxTransform::staticMetaObject(), TRANSFORM},
+            {kxAttrSet::staticMetaObject(), ATTR_SET},
+            {kxShader::staticMetaObject(), SHADER},
+            {kxLightSet::staticMetaObject(), LIGHT_SET},
+            {kxLightStateSet::staticMetaObject(), LIGHT_STATE_SET},
+            {kxActor::staticMetaObject(), ACTOR}};
+        for (const auto& [base, effect] : effects)
+            if (type->isDerivedFrom(base))
+                return effect;
+        return NOTHING;
+    }
+};
 
 void storeMatrix(const kxMatrix44d& matrix, std::array<float, 12>& numbers)
 {
@@ -105,7 +151,7 @@ public:
             {
                 const uint32_t index = step.nextChild++;
                 const auto* group = static_cast<const kxGroup*>(step.node);
-                prefetchBranches(group, index, step.childCount);
+                askAhead(group, index, step.childCount);
                 if (kxNode* child = group->getChild(index))
                     if (!enter(child, index))
                         return;
@@ -122,9 +168,29 @@ private:
     {
         const kxMetaObject* type;
         uint64_t unit;
-        bool overrides; // set by a set whose attributes none below can replace
         const kxAttr* attr;
         kxLook look;
+        bool overrides; // set by a set whose attributes none below can replace
+        bool isLast;    // of those of its set
+    };
+    /// Vertex data of a geometry.
+    struct Vertices
+    {
+        const kxAttr* attr;
+        kxLook look; // with the variants
+        uint64_t variants;
+        uint32_t surface; // where no palette of blend matrices is in effect
+        bool hasSurface;  // that is known
+        bool isLast;      // of those of its geometry
+    };
+    /// What a node sets, draws and says, looked up once however many paths lead to it.
+    struct Contents
+    {
+        static constexpr uint32_t kNone = UINT32_MAX;
+        bool isKnown = false;
+        uint32_t firstSetting = kNone;  // in m_settings
+        uint32_t firstVertices = kNone; // in m_vertices
+        uint32_t saying = kNone;        // in m_sayings
     };
     struct Undo
     {
@@ -147,6 +213,31 @@ private:
         uint64_t conditions;    // of what is below
         uint32_t pathStep;
     };
+
+    void askAhead(const kxGroup* group, uint32_t index, uint32_t childCount)
+    {
+        if (childCount >= kWideCount)
+            prefetchBranches<8>([&](uint32_t ahead)
+                                { return index + ahead < childCount ? group->getChild(index + ahead) : nullptr; },
+                                [this](const kxNode* node) { askContents(node); });
+        else
+            prefetchBranches(group, index, childCount);
+    }
+
+    // Asks for what is known of a node, and for what that refers to when it has arrived.
+    void askContents(const kxNode* node)
+    {
+        __builtin_prefetch(&m_contents[node]);
+        m_asked.push(node,
+                     [this](const kxNode* earlier)
+                     {
+                         const Contents contents = m_contents.get(earlier);
+                         if (contents.firstSetting != Contents::kNone)
+                             __builtin_prefetch(&m_settings[contents.firstSetting]);
+                         if (contents.firstVertices != Contents::kNone)
+                             __builtin_prefetch(&m_vertices[contents.firstVertices]);
+                     });
+    }
 
     // False when the walk has followed as many paths as it may.
     bool enter(kxNode* node, uint32_t index)
@@ -177,67 +268,83 @@ private:
             m_list.addStep(parentStep, node->getName().isEmpty() ? node->getMetaObject()->getName() : node->getName());
         m_path.push_back(step);
 
-        if (const auto* camera = kxCast<kxCamera>(node))
-            add(CAMERA, m_list.m_hash.hashDrawing(camera));
-        if (const auto* group = kxCast<kxGroup>(node))
-            enterGroup(group);
-        if (isDriven(node))
+        const NodeRole role = roleOf(node->getMetaObject());
+        if (role.isCamera)
+            add(CAMERA, m_list.m_hash.hashDrawing(node));
+        if (role.isGroup)
+            enterGroup(static_cast<const kxGroup*>(node), role);
+        if (role.isDriven || node->isAnimated() || node->isDynamic())
             addDriven(node);
         return true;
     }
 
-    void enterGroup(const kxGroup* group)
+    const NodeRole& roleOf(const kxMetaObject* type)
+    {
+        const uint32_t index = type->getIndex();
+        if (index >= m_roles.size())
+            m_roles.resize(index + 1);
+        if (!m_roles[index].isKnown)
+            m_roles[index] = NodeRole(type, m_list.m_hash);
+        return m_roles[index];
+    }
+
+    void enterGroup(const kxGroup* group, const NodeRole& role)
     {
         Step& step = m_path.back();
         step.childCount = group->getChildCount();
-        if (!hasNoChoice(group))
-            noteConditions(group);
+        const Contents contents = role.hasContents() ? contentsOf(group, role) : Contents();
+        if (!role.isLod || !hasNoChoice(static_cast<const kxLod*>(group)))
+            noteConditions(group, role, contents);
 
-        if (const auto* transform = kxCast<kxTransform>(group))
+        switch (role.effect)
         {
-            const kxMatrix44d matrix = kxMatrix44d(transform->getMatrix()) * top();
-            m_matrices.push_back(matrix);
+        case NodeRole::NOTHING: break;
+        case NodeRole::TRANSFORM:
+            m_matrices.push_back(kxMatrix44d(static_cast<const kxTransform*>(group)->getMatrix()) * top());
             ++step.matrixCount;
-        }
-        else if (const auto* set = kxCast<kxAttrSet>(group))
-        {
-            applyList(set->getAttrs(), set->isOfType(kxOverrideAttrSet::staticMetaObject()));
-            if (const auto* geometry = kxCast<kxGeometry>(group))
-                addGeometry(geometry);
-        }
-        else if (const auto* shader = kxCast<kxShader>(group))
-        {
-            step.passCount = shader->getPassCount();
+            break;
+        case NodeRole::ATTR_SET: enterSet(contents); break;
+        case NodeRole::SHADER:
+            step.passCount = static_cast<const kxShader*>(group)->getPassCount();
             if (step.passCount > 0)
                 enterPass(step, 0);
-        }
-        else if (const auto* lights = kxCast<kxLightSet>(group))
-        {
-            for (const kxLightAttr* light : *lights->getLightAttrs())
+            break;
+        case NodeRole::LIGHT_SET:
+            for (const kxLightAttr* light : *static_cast<const kxLightSet*>(group)->getLightAttrs())
                 add(LIGHT, m_list.m_hash.hashValue(light));
+            break;
+        case NodeRole::LIGHT_STATE_SET: enterLightStates(static_cast<const kxLightStateSet*>(group)); break;
+        case NodeRole::ACTOR: step.skinned = step.skinned || static_cast<const kxActor*>(group)->_skin; break;
         }
-        else if (const auto* states = kxCast<kxLightStateSet>(group))
-        {
-            const size_t before = m_undo.size();
-            for (const kxLightStateAttr* state : *states->getLightStateAttrs())
-                if (state)
-                    apply(state, m_list.m_hash.hashValue(state->_light).value, false, before);
-        }
-        else if (const auto* actor = kxCast<kxActor>(group))
-            step.skinned = step.skinned || actor->_skin;
     }
 
-    void noteConditions(const kxGroup* group)
+    void enterSet(const Contents& contents)
+    {
+        if (contents.firstSetting != Contents::kNone)
+            applyRun(&m_settings[contents.firstSetting]);
+        if (contents.firstVertices != Contents::kNone)
+            addVerticesRun(&m_vertices[contents.firstVertices]);
+    }
+
+    void enterLightStates(const kxLightStateSet* states)
+    {
+        const size_t before = m_undo.size();
+        for (const kxLightStateAttr* state : *states->getLightStateAttrs())
+            if (state)
+                apply(settingOf(state, m_list.m_hash.hashValue(state->_light).value, false), before);
+    }
+
+    void noteConditions(const kxGroup* group, const NodeRole& role, const Contents& contents)
     {
         Step& step = m_path.back();
-        step.indexed = group->isChildOrderSignificant() != 0 && !group->isOfType(kxMesh::staticMetaObject());
-        if (isPlaceSeen(group))
+        step.indexed = !role.isMesh && group->isChildOrderSignificant() != 0;
+        if (role.isPlaceSeen)
         {
             step.placeSeen = true;
             m_places.push_back(m_path.size() - 1);
         }
-        if (const uint64_t hash = m_list.m_hash.hashDrawing(group).value)
-            step.conditions = combineHash(step.conditions, hash);
+        if (contents.saying != Contents::kNone)
+            step.conditions = combineHash(step.conditions, m_sayings[contents.saying]);
     }
 
     void enterPass(Step& step, uint32_t pass)
@@ -246,7 +353,12 @@ private:
         step.pass = pass;
         step.nextChild = 0;
         if (const kxShaderPass* shaderPass = static_cast<const kxShader*>(step.node)->getPass(pass))
-            applyList(shaderPass->getAttrs(), false);
+        {
+            const size_t before = m_undo.size();
+            for (const kxAttr* attr : *shaderPass->getAttrs())
+                if (attr && !isDrawn(attr))
+                    apply(settingOf(attr, attr->getUnit(), false), before);
+        }
     }
 
     void leave()
@@ -297,21 +409,73 @@ private:
         m_sum.images -= look.images;
     }
 
-    void applyList(const kxAttrList* attrs, bool overrides)
+    Setting settingOf(const kxAttr* attr, uint64_t unit, bool overrides)
+    {
+        const kxMetaObject* type = attr->getMetaObject();
+        // Where an attribute is used is part of what is summed up: two textures may change their places.
+        const uint64_t use = combineHash(type->getName().getHash(), slotOf(attr, unit));
+        kxLook look = m_list.m_hash.hashValue(attr);
+        look.value = combineHash(use, look.value);
+        if (look.images)
+            look.images = combineHash(use, look.images);
+        return {type, unit, attr, look, overrides, false};
+    }
+
+    Contents contentsOf(const kxGroup* group, const NodeRole& role)
+    {
+        Contents& contents = m_contents[group];
+        if (contents.isKnown)
+            return contents;
+        contents.isKnown = true;
+        if (const uint64_t saying = role.saysHow ? m_list.m_hash.hashDrawing(group).value : 0)
+        {
+            contents.saying = static_cast<uint32_t>(m_sayings.size());
+            m_sayings.push_back(saying);
+        }
+        if (role.effect != NodeRole::ATTR_SET)
+            return contents;
+        const auto settings = static_cast<uint32_t>(m_settings.size());
+        const auto vertices = static_cast<uint32_t>(m_vertices.size());
+        const bool overrides = group->isOfType(kxOverrideAttrSet::staticMetaObject());
+        for (const kxAttr* attr : *static_cast<const kxAttrSet*>(group)->getAttrs())
+            if (attr && !isDrawn(attr))
+                m_settings.push_back(settingOf(attr, attr->getUnit(), overrides));
+        if (const auto* geometry = kxCast<kxGeometry>(group))
+            noteVertices(geometry);
+        contents.firstSetting = endRun(m_settings, settings);
+        contents.firstVertices = endRun(m_vertices, vertices);
+        return contents;
+    }
+    // The run of what was put behind `first`, `kNone` when that is nothing.
+    template <class T>
+    static uint32_t endRun(std::vector<T>& list, uint32_t first)
+    {
+        if (list.size() == first)
+            return Contents::kNone;
+        list.back().isLast = true;
+        return first;
+    }
+
+    void applyRun(const Setting* setting)
     {
         const size_t before = m_undo.size();
-        for (const kxAttr* attr : *attrs)
-            if (attr && !isDrawn(attr))
-                apply(attr, attr->getUnit(), overrides, before);
+        do
+            apply(*setting, before);
+        while (!setting++->isLast);
+    }
+    void addVerticesRun(Vertices* vertices)
+    {
+        do
+            addVertices(*vertices);
+        while (!vertices++->isLast);
     }
 
     // Within one set, whose first undo entry is `setStart`, the first attribute of a type and unit counts; a later set
     // of the path replaces it.
-    void apply(const kxAttr* attr, uint64_t unit, bool overrides, size_t setStart)
+    void apply(const Setting& setting, size_t setStart)
     {
-        const kxMetaObject* type = attr->getMetaObject();
         size_t place = 0;
-        while (place < m_table.size() && (m_table[place].type != type || m_table[place].unit != unit))
+        while (place < m_table.size() && (m_table[place].type != setting.type || m_table[place].unit != setting.unit))
             ++place;
         const bool isNew = place == m_table.size();
         if (!isNew && m_table[place].overrides)
@@ -319,16 +483,8 @@ private:
         for (size_t i = setStart; i < m_undo.size(); ++i)
             if (m_undo[i].place == place)
                 return;
-
-        // Where an attribute is used is part of what is summed up: two textures may change their places.
-        const uint64_t use = combineHash(type->getName().getHash(), slotOf(attr, unit));
-        kxLook look = m_list.m_hash.hashValue(attr);
-        look.value = combineHash(use, look.value);
-        if (look.images)
-            look.images = combineHash(use, look.images);
-        const Setting setting{type, unit, overrides, attr, look};
         m_stateNoted = false;
-        add(look);
+        add(setting.look);
         if (isNew)
         {
             m_undo.push_back({place, true, {}});
@@ -347,11 +503,19 @@ private:
         return bind && !bind->_slot.isEmpty() ? bind->_slot.getHash() : unit;
     }
 
-    void addGeometry(const kxGeometry* geometry)
+    void noteVertices(const kxGeometry* geometry)
     {
         kxLook variants;
         if (geometry->_variants && !geometry->_variants->isEmpty())
             variants = m_list.m_hash.hashValue(geometry->_variants);
+        const auto note = [&](const kxAttr* attr)
+        {
+            kxLook look = m_list.m_hash.hashValue(attr);
+            look.add(variants);
+            if (variants.images)
+                noteVariants(look.images, *geometry->_variants);
+            m_vertices.push_back({attr, look, variants.value, 0, false, false});
+        };
         for (const kxAttr* attr : *geometry->getAttrs())
         {
             if (!attr || !isDrawn(attr))
@@ -360,27 +524,29 @@ private:
             {
                 for (const kxAttr* element : *set->_geometryAttrs)
                     if (element)
-                        addVertices(element, variants, geometry);
+                        note(element);
             }
             else
-                addVertices(attr, variants, geometry);
+                note(attr);
         }
     }
 
-    void addVertices(const kxAttr* attr, const kxLook& variants, const kxGeometry* geometry)
+    void addVertices(Vertices& vertices)
     {
-        kxLook look = m_list.m_hash.hashValue(attr);
-        look.add(variants);
-        if (variants.images)
-            noteVariants(look.images, *geometry->_variants);
-        add(GEOMETRY, look);
+        add(GEOMETRY, vertices.look);
         const auto isPalette = [](const Setting& setting)
         { return setting.type == kxVertexBlendMatrixListAttr::staticMetaObject(); };
-        const auto palette = std::find_if(m_table.begin(), m_table.end(), isPalette);
-        m_list.m_draws.back().surface =
-            palette == m_table.end()
-                ? m_list.addSurface(attr, look, variants.value, nullptr, 0)
-                : m_list.addSurface(attr, look, variants.value, palette->attr, palette->look.value);
+        uint32_t& surface = m_list.m_draws.back().surface;
+        if (const auto palette = std::find_if(m_table.begin(), m_table.end(), isPalette); palette != m_table.end())
+        {
+            surface =
+                m_list.addSurface(vertices.attr, vertices.look, vertices.variants, palette->attr, palette->look.value);
+            return;
+        }
+        if (!vertices.hasSurface)
+            vertices.surface = m_list.addSurface(vertices.attr, vertices.look, vertices.variants, nullptr, 0);
+        vertices.hasSurface = true;
+        surface = vertices.surface;
     }
 
     uint32_t sampleOf(const kxTextureBindAttr* bind)
@@ -477,6 +643,12 @@ private:
     kxMatrix44d m_identity;
     std::vector<Setting> m_table;
     std::vector<Undo> m_undo;
+    std::vector<NodeRole> m_roles; // by the index of the type
+    kxTSerialMap<Contents> m_contents;
+    kxDelayLine<const kxNode*, 6> m_asked;
+    std::vector<uint64_t> m_sayings; // what `hashDrawing` gives
+    std::vector<Setting> m_settings;
+    std::vector<Vertices> m_vertices;
     kxLook m_sum; // of the table's entries
 };
 

@@ -38,6 +38,12 @@ bool isLabel(const kxMetaField* field)
            field->hasFlag(kxMetaField::LINK_BACK) || field->isAppended();
 }
 
+// A shader of a kind of its own draws in its own way, whether it has fields or not.
+bool isOwnShader(const kxMetaObject* type)
+{
+    return type != kxShader::staticMetaObject() && type->isDerivedFrom(kxShader::staticMetaObject());
+}
+
 // Fields of nodes that the draw list looks at by itself, or that draw nothing.
 bool isNoDrawingField(const kxMetaField* field)
 {
@@ -182,12 +188,16 @@ const kxPictureHash::FieldList& kxPictureHash::getDrawingFields(const kxMetaObje
     return fields;
 }
 
+bool kxPictureHash::mayHashDrawing(const kxMetaObject* type)
+{
+    return isOwnShader(type) || !getDrawingFields(type).empty();
+}
+
 kxLook kxPictureHash::hashDrawing(const kxNode* node)
 {
     const kxMetaObject* type = node->getMetaObject();
     kxLook look;
-    // A shader of a kind of its own draws in its own way, whether it has fields or not.
-    if (type != kxShader::staticMetaObject() && type->isDerivedFrom(kxShader::staticMetaObject()))
+    if (isOwnShader(type))
         look.value = type->getName().getHash();
     for (const kxMetaField* field : getDrawingFields(type))
     {

@@ -39,6 +39,8 @@ public:
     /// Look of what a node's type says about how things below it are drawn, beyond what every node, group, attribute
     /// set and transform has: choices, distance ranges, weights, skins, instances. Its value is 0 when it says nothing.
     kxLook hashDrawing(const kxNode* node);
+    /// False for types whose nodes never say anything of that kind.
+    bool mayHashDrawing(const kxMetaObject* type);
 
     /// Forgets the hashes.
     void forget() { m_known.clear(); }
