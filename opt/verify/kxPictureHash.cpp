@@ -133,11 +133,12 @@ kxLook kxPictureHash::hashContents(const kxObject* object)
     if (image && image->_encoded)
         // Encoded bytes are there until the pixels change; that somebody looked at the pixels changes nothing.
         return {kImageHash, combineHash(look.value, image->_encoded->getContentHash())};
+    if (image && !image->_pixels)
+        // All that is known of an image that was not there. What else a file says of it, such as its type, is not drawn.
+        return {kImageHash, combineHash(look.value, image->_uri.getHash())};
     for (const kxMetaField* field : object->getMetaObject()->getFields())
         if (!isLabel(field))
             look.add(hashField(field, object));
-    if (image && !image->_pixels)
-        look.add({image->_uri.getHash()}); // all that is known of an image that was not there
     return image ? kxLook{kImageHash, look.value} : look;
 }
 
