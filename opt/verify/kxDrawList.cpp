@@ -145,6 +145,8 @@ private:
         bool skinned = false;   // a skin places what is below
         bool placeSeen = false; // the node is one of `m_places`
         uint64_t conditions;    // of what is below
+        uint64_t movers = 0;    // the same
+        bool hasUnnamedMover = false;
         uint32_t pathStep;
     };
 
@@ -168,6 +170,8 @@ private:
             parentStep = parent.pathStep;
             step.skinned = parent.skinned;
             step.conditions = parent.conditions;
+            step.movers = parent.movers;
+            step.hasUnnamedMover = parent.hasUnnamedMover;
             if (parent.passCount > 1)
                 step.conditions = combineHash(step.conditions, parent.pass);
             if (parent.indexed)
@@ -223,8 +227,13 @@ private:
                 if (state)
                     apply(state, m_list.m_hash.hashValue(state->_light).value, false, before);
         }
-        else if (const auto* actor = kxCast<kxActor>(group))
-            step.skinned = step.skinned || actor->_skin;
+        else if (const auto* actor = kxCast<kxActor>(group); actor && actor->_skin)
+        {
+            step.skinned = true;
+            const kxJointNames& joints = m_list.m_hash.getJointNames(actor->_skin);
+            step.movers = combineHash(step.movers, joints.hash);
+            step.hasUnnamedMover |= joints.isAnyMissing;
+        }
     }
 
     void noteConditions(const kxGroup* group)
@@ -405,7 +414,9 @@ private:
     void addDriven(const kxNode* node)
     {
         Step& step = m_path.back();
-        const uint64_t content = combineHash(node->getMetaObject()->getName().getHash(), node->getName().getHash());
+        const uint64_t content = node->getMetaObject()->getName().getHash();
+        step.movers = combineHash(step.movers, node->getName().getHash());
+        step.hasUnnamedMover |= node->getName().isEmpty();
         append(DRIVEN, {content}, {}, top(), step);
         if (const auto* transform = kxCast<kxTransform>(node))
             append(OWN_MATRIX, {content}, {}, kxMatrix44d(transform->getMatrix()), step);
@@ -440,6 +451,8 @@ private:
         draw.images = attributes.images + content.images;
         draw.contentImages = content.images;
         draw.conditions = step.conditions;
+        draw.movers = step.movers;
+        draw.hasUnnamedMover = step.hasUnnamedMover;
         storeMatrix(matrix, draw.matrix);
         draw.kind = kind;
         draw.path = step.pathStep;

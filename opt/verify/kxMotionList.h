@@ -28,7 +28,15 @@ public:
         uint32_t first; ///< of its numbers at each time
         uint32_t count;
         uint32_t driver = UINT32_MAX; ///< of a geometry: the point that holds what moves it
-        bool isDriver = false;        ///< see `kxMovingGraph::Draw`
+        bool isDriver = false;        ///< see `kxMovingGraph::Draw`, as the next two
+        uint64_t kind = 0;
+        bool isUnnamed = false;
+
+        /// True for what is the same but for a name that one of the two does not have.
+        bool isNamesake(const Thing& other) const
+        {
+            return kind != 0 && kind == other.kind && (isUnnamed || other.isUnnamed);
+        }
     };
     struct Clip
     {

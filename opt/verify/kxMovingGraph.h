@@ -36,7 +36,9 @@ public:
         uint32_t firstPoint;
         uint32_t pointCount;
         uint32_t driver = UINT32_MAX; ///< of a geometry: the draw that holds what moves it
-        bool isDriver = false; ///< not something drawn, but what moves it: axes of a place or of joints, and weights
+        uint64_t kind = 0; ///< of something that its name tells from others, the same without the name; 0 for others
+        bool isUnnamed = false; ///< of that, the name is missing
+        bool isDriver = false;  ///< not something drawn, but what moves it: axes of a place or of joints, and weights
     };
 
     /// Follows the paths below `root` and finds what the databases' clips move; null draws nothing.

@@ -123,7 +123,7 @@ kxLook kxPictureHash::hashContents(const kxObject* object)
     if (const auto* skin = kxCast<kxSkin>(object))
     {
         // What it draws and where its bones hang is seen elsewhere.
-        look.add(hashValue(skin->_joints));
+        look.add({skin->_joints ? skin->_joints->getCount() : 0});
         look.add(hashValue(skin->_inverseBindMatrices));
         return look;
     }
@@ -140,6 +140,20 @@ kxLook kxPictureHash::hashContents(const kxObject* object)
         if (!isLabel(field))
             look.add(hashField(field, object));
     return image ? kxLook{kImageHash, look.value} : look;
+}
+
+const kxJointNames& kxPictureHash::getJointNames(const kxSkin* skin)
+{
+    const auto [at, isNew] = m_jointNames.try_emplace(skin);
+    kxJointNames& names = at->second;
+    if (isNew && skin->_joints)
+        for (const kxNode* joint : *skin->_joints)
+        {
+            const kxStringRef name = joint ? joint->getName() : kxStringRef();
+            names.hash = combineHash(names.hash, name.getHash());
+            names.isAnyMissing |= name.isEmpty();
+        }
+    return names;
 }
 
 kxLook kxPictureHash::hashTexture(const kxTextureAttr* texture, kxLook look)
