@@ -139,7 +139,11 @@ kxImage* kxShareImages::keep(kxImage* image)
         refuse("locked", image);
         return image;
     }
-    const auto [begin, end] = m_images.equal_range(bytes->getContentHash());
+    // What else tells images of the same bytes apart, of which there may be very many.
+    uint64_t key = bytes->getContentHash();
+    if (image->_userData && !image->_userData->isEmpty())
+        key += image->_userData->hashShallow();
+    const auto [begin, end] = m_images.equal_range(key);
     for (auto at = begin; at != end; ++at)
         if (isSameImage(*at->second, *image))
         {
@@ -147,7 +151,7 @@ kxImage* kxShareImages::keep(kxImage* image)
             known->second.kept = at->second;
             return at->second;
         }
-    m_images.emplace(bytes->getContentHash(), image);
+    m_images.emplace(key, image);
     return image;
 }
 
