@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <deque>
 #include <limits>
 
 namespace Kel::Opt
@@ -133,7 +134,7 @@ private:
                       std::vector<size_t>& onlyA, std::vector<size_t>& onlyB) const
     {
         // In the order of the graph, in which partners are most likely to meet at once.
-        std::unordered_map<uint64_t, std::vector<size_t>> byKind;
+        std::unordered_map<uint64_t, std::deque<size_t>> byKind;
         std::vector<size_t> inOrder = onlyB;
         std::sort(inOrder.begin(), inOrder.end());
         for (const size_t lonely : inOrder)
@@ -148,7 +149,7 @@ private:
             const auto candidates = byKind.find(thing.kind);
             if (thing.kind == 0 || candidates == byKind.end())
                 continue;
-            std::vector<size_t>& list = candidates->second;
+            std::deque<size_t>& list = candidates->second;
             for (size_t n = 0; n < list.size() && n < kMostCandidates; ++n)
                 if (thing.isNamesake(thingsB[list[n]]) &&
                     differenceOf(thing, thingsB[list[n]]).size <= allowed(thing, arePoints))

@@ -110,14 +110,14 @@ void kxMotionList::choosePoints(std::deque<kxMovingGraph>& graphs, const kxMotio
     if (like && like->m_pointsPerGeometry)
     {
         m_pointsPerGeometry = like->m_pointsPerGeometry;
-        m_lastContent = like->m_lastContent;
+        m_lastSort = like->m_lastSort;
     }
     for (kxMovingGraph& graph : graphs)
     {
         graph.choosePoints(m_pointsPerGeometry);
         for (const kxMovingGraph::Draw& draw : graph.getDraws())
             if (!draw.isDriver)
-                ++countOf[draw.content];
+                ++countOf[draw.getSort()];
     }
     if (!like || !like->m_pointsPerGeometry)
     {
@@ -125,14 +125,14 @@ void kxMotionList::choosePoints(std::deque<kxMovingGraph>& graphs, const kxMotio
         for (auto at = countOf.begin(); drawCount > kPointsInAll && at != countOf.end(); ++at)
             if ((sum += at->second) > kPointsInAll)
             {
-                m_lastContent = at->first;
+                m_lastSort = at->first;
                 break;
             }
     }
     uint32_t first = 0;
     for (size_t g = 0; g < graphs.size(); ++g)
     {
-        graphs[g].filter([&](uint64_t content) { return content <= m_lastContent; });
+        graphs[g].filter([&](uint64_t sort) { return sort <= m_lastSort; });
         const auto before = static_cast<uint32_t>(m_points.size());
         for (const kxMovingGraph::Draw& draw : graphs[g].getDraws())
         {

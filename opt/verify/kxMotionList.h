@@ -77,7 +77,7 @@ private:
     std::deque<Clip> m_clips;
     std::vector<Thing> m_points;
     uint32_t m_pointsPerGeometry = 0;
-    uint64_t m_lastContent = UINT64_MAX; // of too many things, those of larger content are not looked at
+    uint64_t m_lastSort = UINT64_MAX; // of too many things, those of sorts behind it are not looked at
 };
 
 } // namespace Kel::Opt

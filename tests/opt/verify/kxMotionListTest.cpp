@@ -337,6 +337,30 @@ TEST(kxMotionList, NamesThatWereMissingChangeNothing)
     EXPECT_THAT(differences(unnamed, named), testing::Contains(testing::HasSubstr("kxTransform/box is off by")));
 }
 
+// Of very many things only some are looked at; the same ones with names and without.
+TEST(kxMotionList, NamesThatWereMissingChangeNothingAmongVeryMany)
+{
+    const auto makeCrowd = [](MovingScene& scene, bool isNamed)
+    {
+        auto* root = kxCast<kxGroup>(scene.info->getSceneGraph());
+        for (int i = 0; i < 15000; ++i)
+        {
+            auto transform = kxNew<kxTransform>();
+            if (isNamed)
+                transform->setName(kxFormat("n%d", i));
+            transform->setParts(kxVec3f(static_cast<float>(i), 0, 0), kxQuatf(), {1, 1, 1});
+            transform->appendChild(scene.box);
+            root->appendChild(transform);
+            scene.addTrack("", scene.lid, transform, "");
+        }
+    };
+    MovingScene named, unnamed;
+    makeCrowd(named, true);
+    makeCrowd(unnamed, false);
+    EXPECT_THAT(named.differenceFrom(unnamed.collect()), testing::IsEmpty());
+    EXPECT_THAT(unnamed.differenceFrom(named.collect()), testing::IsEmpty());
+}
+
 TEST(kxMotionList, BrokenKeysAndEmptyScenesDoNoHarm)
 {
     MovingScene scene;
