@@ -1,6 +1,7 @@
 // Sets an object's fields from a section of a script: what every optimization's settings and the driver's own go through.
 #include "opt/framework/kxOptInterface.h"
 #include "platform/core/kxRegistry.h"
+#include "platform/core/kxReport.h"
 
 #include <cstdio>
 
@@ -89,13 +90,52 @@ private:
         // Asked for as text first: a name asked for as an integer would be warned of.
         kxStringRef text;
         int32_t value;
+        const int line = findUnreadLine();
         if (!read(text))
             return false;
-        if (!m_field->getMetaEnum() || !m_field->getMetaEnum()->findValue(text.view(), value))
+        const kxMetaEnum* names = m_field->getMetaEnum();
+        if (names && !looksLikeNumber(text.view()) && !names->findValue(text.view(), value))
+        {
+            warnOfName(text, *names, line);
+            return false;
+        }
+        if (!names || !names->findValue(text.view(), value))
             return readInteger();
         store(value);
         echo("(%s:%d) ", m_key.c_str(), value);
         return true;
+    }
+    static bool looksLikeNumber(std::string_view text)
+    {
+        return !text.empty() && (text[0] == '-' || text[0] == '+' || (text[0] >= '0' && text[0] <= '9'));
+    }
+    /// Line of the field's key, 0 when there is none that has not been read.
+    int findUnreadLine() const
+    {
+        const kxStringRef section = m_registry.getSectionName(m_section);
+        std::string_view name = m_field->getName().view();
+        std::string_view bareName = name.starts_with('_') ? name.substr(1) : name;
+        int found = 0, foundBare = 0;
+        m_registry.forEachUnreadKey(
+            [&](kxStringRef keySection, kxStringRef key, int line)
+            {
+                if (keySection == section && key.view() == name)
+                    found = line;
+                else if (keySection == section && key.view() == bareName)
+                    foundBare = line;
+            });
+        return found ? found : foundBare;
+    }
+    /// The registry's own words would be about numbers.
+    void warnOfName(kxStringRef text, const kxMetaEnum& names, int line)
+    {
+        std::string place = m_registry.getFileName().str(), known;
+        if (line > 0)
+            place.append(":").append(std::to_string(line));
+        for (const kxMetaEnum::Value& value : names.getValues())
+            known.append(known.empty() ? "" : ", ").append(value.name);
+        kxReport::warning("%s: %s = %s in section [%s] is none of %s", place.c_str(), m_key.c_str(), text.c_str(),
+                          m_registry.getSectionName(m_section).c_str(), known.c_str());
     }
     bool readUnsigned()
     {

@@ -61,22 +61,14 @@ kxSmartPointer<kxStringObj> lowerCaseOf(kxStringRef text)
     return lower;
 }
 
-/// Format of a name in any case; -1 when there is none.
-int32_t findTextureFormatName(kxStringRef name)
+} // namespace
+
+int32_t parseTextureFormat(kxStringRef name)
 {
     const auto lower = lowerCaseOf(name);
     for (const FormatName& entry : kFormatNames)
         if (lower->getString().view() == entry.name)
             return entry.format;
-    return -1;
-}
-
-} // namespace
-
-int32_t parseTextureFormat(kxStringRef name)
-{
-    if (const int32_t format = findTextureFormatName(name); format >= 0)
-        return format;
     // Not through the log: hosts that run silently still see why a script is refused.
     std::printf("Format %s not recognized\n", name.c_str());
     return -1;
@@ -185,12 +177,13 @@ bool kxConvertImage::readsItself(kxStringRef key, std::string_view value) const
     const std::string word = lowerCaseOf(kxStringRef(value))->str();
     const auto isOneOf = [&](std::initializer_list<const char*> words)
     { return std::find(words.begin(), words.end(), word) != words.end(); };
-    // Names spelt as the fields have them are set, and echoed, as fields.
+    // Names spelt as the fields have them, and numbers, are set and echoed as fields. `configure` speaks of what is neither.
     int32_t number;
+    const bool isNumber = !word.empty() && (word[0] == '-' || word[0] == '+' || (word[0] >= '0' && word[0] <= '9'));
     if (key.view() == formatToken)
-        return !kxMetaEnumOf(_format).findValue(value, number) && findTextureFormatName(kxStringRef(value)) >= 0;
+        return !isNumber && !kxMetaEnumOf(_format).findValue(value, number);
     if (key.view() == orderToken)
-        return !kxMetaEnumOf(_order).findValue(value, number) && isOneOf({"default", "dx", "psx2"});
+        return !isNumber && !kxMetaEnumOf(_order).findValue(value, number);
     return key.view() == isExcludeToken && isOneOf({"exclude", "include"});
 }
 

@@ -3,6 +3,7 @@
 #include "opt/image/kxConvertImage.h"
 #include "opt/image/kxQuantizeImage.h"
 #include "opt/image/kxResizeImage.h"
+#include "opt/image/kxShareImages.h"
 #include "opt/image/kxTransformAlpha.h"
 
 namespace Kel::Opt
@@ -29,6 +30,7 @@ void registerImageClasses()
 
     kxRegisterClass<kxConvertImage>("kxConvertImage", "converts images to another format, palettes included");
     kxRegisterClass<kxResizeImage>("kxResizeImage", "resizes the images of textures");
+    kxRegisterClass<kxShareImages>("kxShareImages", "makes equal images and equal textures shared");
     kxRegisterClass<kxTransformAlpha>("kxTransformAlpha", "remaps the alpha of images of 32 bits a pixel");
 }
 

@@ -6,6 +6,7 @@
 #include "opt/scene/kxFileGraphs.h"
 #include "platform/core/kxReport.h"
 #include "platform/sg/kxBlendMatrixSelect.h"
+#include "platform/sg/kxSceneInfo.h"
 #include "platform/sg/kxSegment.h"
 #include "platform/sg/kxShader.h"
 
@@ -115,8 +116,19 @@ bool kxPromoteAttrs::configure(int)
 
 bool kxPromoteAttrs::applyToInfos()
 {
-    m_hasNothing = false;
-    return kxOptBase::applyToInfos() || (!m_hasNothing && areParentsInFile());
+    return kxOptBase::applyToInfos() || (hasGraphs() && areParentsInFile());
+}
+
+// Skins rarely have graphs of their own, and are done without; scenes always have one.
+bool kxPromoteAttrs::hasGraphs() const
+{
+    if (!_attributeType)
+        return false;
+    for (kxInfo* info : *_optInterface->getInfos())
+        if (const auto* scene = kxCast<kxSceneInfo>(info);
+            scene && !scene->getSceneGraph() && !_optInterface->infoIsDisabled(info))
+            return false;
+    return true;
 }
 
 // Nodes with parents in graphs that are not promoted, such as nodes outside of the scenes, keep their attributes; that is as it
@@ -135,10 +147,7 @@ bool kxPromoteAttrs::areParentsInFile() const
 bool kxPromoteAttrs::apply(kxSmartPointer<kxNode>& root)
 {
     if (!root || !_attributeType)
-    {
-        m_hasNothing = true;
         return false;
-    }
     if (const kxSmartPointer<kxAttr> attr = promoteAttributes(root, nullptr))
     {
         if (auto* set = kxCast<kxAttrSet>(root))

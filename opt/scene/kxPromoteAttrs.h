@@ -79,12 +79,11 @@ protected:
     bool isAttrAlike(kxAttr* a, kxAttr* b);
 
 private:
+    bool hasGraphs() const;
     bool areParentsInFile() const;
     struct Instance;
     struct Frame;
     class Walk;
-
-    bool m_hasNothing = false; // a graph was null, or there was no type to promote
 
     void setAbove(kxGroup* group, Frame& frame);
 

@@ -5,6 +5,7 @@
 #include "opt/iterate/kxIterateObject.h"
 #include "opt/scene/kxServices.h"
 #include "platform/sg/kxAnimationDatabase.h"
+#include "platform/sg/kxGeometry.h"
 
 namespace Kel::Opt
 {
@@ -122,6 +123,27 @@ void kxShareAttrs::shareAttrs(kxObject* object, const kxMetaObject* type, Pool& 
         kxAttr* kept = pool.keep(attr);
         if (kept != attr && replaceAttr(object, attr, kept))
             count("attributes shared");
+    }
+    if (auto* geometry = kxCast<kxGeometry>(object); geometry && geometry->_variants)
+        for (kxMaterialVariant* variant : *geometry->_variants)
+            if (variant && !isLocked(*this, variant))
+                shareVariantAttrs(*variant, type, pool);
+}
+
+// What a variant and a path have in common stays in common: a material of which one of the two kept its own texture bind
+// would be two.
+void kxShareAttrs::shareVariantAttrs(kxMaterialVariant& variant, const kxMetaObject* type, Pool& pool)
+{
+    for (uint32_t i = 0; i < variant._attrs->getCount(); ++i)
+    {
+        kxAttr* attr = variant._attrs->get(i);
+        if (!attr || !attr->isOfType(type))
+            continue;
+        if (kxAttr* kept = pool.keep(attr); kept != attr)
+        {
+            variant._attrs->set(i, kept);
+            count("attributes shared");
+        }
     }
 }
 

@@ -4,11 +4,17 @@
 #include "opt/framework/kxOptBase.h"
 #include "opt/scene/kxAttrComparison.h"
 
+namespace Kel::Sg
+{
+class kxMaterialVariant;
+}
+
 namespace Kel::Opt
 {
 
 /// Shares equal attributes of one type: the first attribute of each value that the walk meets stays, and takes the
-/// place of every later one that is alike. What is alike says the comparison item of the attribute's type.
+/// place of every later one that is alike. What is alike says the comparison item of the attribute's type. The material
+/// variants of a geometry share with the paths.
 ///
 /// Cost: one look-up by hash for each attribute, and one edit for each duplicate. A comparison item of a host's own,
 /// which has no hash, is asked about every attribute kept so far. Leaves alone: locked objects, and containers whose
@@ -43,6 +49,7 @@ private:
     class Pool;
 
     void shareAttrs(kxObject* object, const kxMetaObject* type, Pool& pool);
+    void shareVariantAttrs(Sg::kxMaterialVariant& variant, const kxMetaObject* type, Pool& pool);
     bool canEditAttrList(kxObject* object);
     kxSmartPointer<kxAttrList> getAttrList(kxObject* object);
     bool replaceAttr(kxObject* container, kxAttr* oldAttr, kxAttr* newAttr);

@@ -211,6 +211,8 @@ private:
         bool skinned = false;   // a skin places what is below
         bool placeSeen = false; // the node is one of `m_places`
         uint64_t conditions;    // of what is below
+        uint64_t movers = 0;    // the same
+        bool hasUnnamedMover = false;
         uint32_t pathStep;
     };
 
@@ -259,6 +261,8 @@ private:
             parentStep = parent.pathStep;
             step.skinned = parent.skinned;
             step.conditions = parent.conditions;
+            step.movers = parent.movers;
+            step.hasUnnamedMover = parent.hasUnnamedMover;
             if (parent.passCount > 1)
                 step.conditions = combineHash(step.conditions, parent.pass);
             if (parent.indexed)
@@ -314,7 +318,7 @@ private:
                 add(LIGHT, m_list.m_hash.hashValue(light));
             break;
         case NodeRole::LIGHT_STATE_SET: enterLightStates(static_cast<const kxLightStateSet*>(group)); break;
-        case NodeRole::ACTOR: step.skinned = step.skinned || static_cast<const kxActor*>(group)->_skin; break;
+        case NodeRole::ACTOR: enterActor(static_cast<const kxActor*>(group)); break;
         }
     }
 
@@ -324,6 +328,17 @@ private:
             applyRun(&m_settings[contents.firstSetting]);
         if (contents.firstVertices != Contents::kNone)
             addVerticesRun(&m_vertices[contents.firstVertices]);
+    }
+
+    void enterActor(const kxActor* actor)
+    {
+        if (!actor->_skin)
+            return;
+        Step& step = m_path.back();
+        step.skinned = true;
+        const kxJointNames& joints = m_list.m_hash.getJointNames(actor->_skin);
+        step.movers = combineHash(step.movers, joints.hash);
+        step.hasUnnamedMover |= joints.isAnyMissing;
     }
 
     void enterLightStates(const kxLightStateSet* states)
@@ -571,7 +586,9 @@ private:
     void addDriven(const kxNode* node)
     {
         Step& step = m_path.back();
-        const uint64_t content = combineHash(node->getMetaObject()->getName().getHash(), node->getName().getHash());
+        const uint64_t content = node->getMetaObject()->getName().getHash();
+        step.movers = combineHash(step.movers, node->getName().getHash());
+        step.hasUnnamedMover |= node->getName().isEmpty();
         append(DRIVEN, {content}, {}, top(), step);
         if (const auto* transform = kxCast<kxTransform>(node))
             append(OWN_MATRIX, {content}, {}, kxMatrix44d(transform->getMatrix()), step);
@@ -606,6 +623,8 @@ private:
         draw.images = attributes.images + content.images;
         draw.contentImages = content.images;
         draw.conditions = step.conditions;
+        draw.movers = step.movers;
+        draw.hasUnnamedMover = step.hasUnnamedMover;
         storeMatrix(matrix, draw.matrix);
         draw.kind = kind;
         draw.path = step.pathStep;

@@ -39,15 +39,17 @@ public:
 
     struct Draw
     {
-        uint64_t content;       ///< vertex data, projection, light or name
+        uint64_t content;       ///< vertex data, projection, light or type of node
         uint64_t attributes;    ///< attributes in effect, by type and unit, without their images
         uint64_t images;        ///< images of the attributes in effect and of the content
         uint64_t contentImages; ///< those of the content alone, which its material variants show
         uint64_t conditions;    ///< switch children, distance ranges, skins, weights, passes and movers of the path
+        uint64_t movers;        ///< names of the driven nodes of the path, its own and those of joints among them
         std::array<float, 12> matrix; ///< rows x, y, z and translation of the path's matrix, three numbers each
         Kind kind;
-        uint32_t path;    ///< for getPath
-        uint32_t surface; ///< for getSurface; 0 for none
+        uint32_t path;        ///< for getPath
+        uint32_t surface;     ///< for getSurface; 0 for none
+        bool hasUnnamedMover; ///< one of those has no name, so that nothing tells it from others but what it moves
     };
 
     /// Paths that are followed at most; nested instances can have more than any memory holds.

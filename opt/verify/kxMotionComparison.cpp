@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <deque>
 #include <limits>
 
 namespace Kel::Opt
@@ -71,6 +72,7 @@ private:
             }
         }
         matchOthers(thingsA, thingsB, arePoints, onlyA, onlyB);
+        matchUnnamed(thingsA, thingsB, arePoints, onlyA, onlyB);
         if (arePoints && m_isSameAtRest)
             dropPieces(thingsA, thingsB, onlyA, onlyB);
         std::vector<std::pair<Difference, size_t>> apart;
@@ -127,6 +129,40 @@ private:
                       });
     }
 
+    // Takes out nodes and the like that agree but for a name that one of the two does not have: what they move is the same.
+    void matchUnnamed(const std::vector<Thing>& thingsA, const std::vector<Thing>& thingsB, bool arePoints,
+                      std::vector<size_t>& onlyA, std::vector<size_t>& onlyB) const
+    {
+        // In the order of the graph, in which partners are most likely to meet at once.
+        std::unordered_map<uint64_t, std::deque<size_t>> byKind;
+        std::vector<size_t> inOrder = onlyB;
+        std::sort(inOrder.begin(), inOrder.end());
+        for (const size_t lonely : inOrder)
+            if (thingsB[lonely].kind != 0)
+                byKind[thingsB[lonely].kind].push_back(lonely);
+        inOrder = onlyA;
+        std::sort(inOrder.begin(), inOrder.end());
+        std::vector<bool> isTakenA(thingsA.size()), isTakenB(thingsB.size());
+        for (const size_t lonely : inOrder)
+        {
+            const Thing& thing = thingsA[lonely];
+            const auto candidates = byKind.find(thing.kind);
+            if (thing.kind == 0 || candidates == byKind.end())
+                continue;
+            std::deque<size_t>& list = candidates->second;
+            for (size_t n = 0; n < list.size() && n < kMostCandidates; ++n)
+                if (thing.isNamesake(thingsB[list[n]]) &&
+                    differenceOf(thing, thingsB[list[n]]).size <= allowed(thing, arePoints))
+                {
+                    isTakenA[lonely] = isTakenB[list[n]] = true;
+                    list.erase(list.begin() + static_cast<ptrdiff_t>(n));
+                    break;
+                }
+        }
+        std::erase_if(onlyA, [&](size_t lonely) { return isTakenA[lonely]; });
+        std::erase_if(onlyB, [&](size_t lonely) { return isTakenB[lonely]; });
+    }
+
     // Vertex data that were cut or dealt out anew have no partner, but at rest the pieces together show the same. So they do
     // in the clip where what moves them is the same.
     void dropPieces(const std::vector<Thing>& thingsA, const std::vector<Thing>& thingsB, std::vector<size_t>& onlyA,
@@ -134,10 +170,13 @@ private:
     {
         if (onlyA.empty() || onlyB.empty())
             return;
-        std::unordered_multimap<uint64_t, size_t> driversB;
+        std::unordered_multimap<uint64_t, size_t> driversB, driversOfKindB;
         for (size_t i = 0; i < thingsB.size(); ++i)
             if (thingsB[i].isDriver)
+            {
                 driversB.emplace(thingsB[i].content, i);
+                driversOfKindB.emplace(thingsB[i].kind, i);
+            }
         std::vector<bool> isMovedInA(thingsA.size()), isMovedInB(thingsB.size()); // drivers that have equals
         for (size_t i = 0; i < thingsA.size(); ++i)
         {
@@ -147,6 +186,14 @@ private:
             const auto [first, end] = driversB.equal_range(thingsA[i].content);
             for (auto at = first; at != end && candidates < kMostCandidates; ++at, ++candidates)
                 if (differenceOf(thingsA[i], thingsB[at->second]).size <= allowed(thingsA[i], true))
+                    isMovedInA[i] = isMovedInB[at->second] = true;
+            if (isMovedInA[i])
+                continue;
+            const auto [firstOfKind, endOfKind] = driversOfKindB.equal_range(thingsA[i].kind);
+            candidates = 0;
+            for (auto at = firstOfKind; at != endOfKind && candidates < kMostCandidates; ++at, ++candidates)
+                if (thingsA[i].isNamesake(thingsB[at->second]) &&
+                    differenceOf(thingsA[i], thingsB[at->second]).size <= allowed(thingsA[i], true))
                     isMovedInA[i] = isMovedInB[at->second] = true;
         }
         const auto drop =

@@ -110,14 +110,14 @@ void kxMotionList::choosePoints(std::deque<kxMovingGraph>& graphs, const kxMotio
     if (like && like->m_pointsPerGeometry)
     {
         m_pointsPerGeometry = like->m_pointsPerGeometry;
-        m_lastContent = like->m_lastContent;
+        m_lastSort = like->m_lastSort;
     }
     for (kxMovingGraph& graph : graphs)
     {
         graph.choosePoints(m_pointsPerGeometry);
         for (const kxMovingGraph::Draw& draw : graph.getDraws())
             if (!draw.isDriver)
-                ++countOf[draw.content];
+                ++countOf[draw.getSort()];
     }
     if (!like || !like->m_pointsPerGeometry)
     {
@@ -125,20 +125,21 @@ void kxMotionList::choosePoints(std::deque<kxMovingGraph>& graphs, const kxMotio
         for (auto at = countOf.begin(); drawCount > kPointsInAll && at != countOf.end(); ++at)
             if ((sum += at->second) > kPointsInAll)
             {
-                m_lastContent = at->first;
+                m_lastSort = at->first;
                 break;
             }
     }
     uint32_t first = 0;
     for (size_t g = 0; g < graphs.size(); ++g)
     {
-        graphs[g].filter([&](uint64_t content) { return content <= m_lastContent; });
+        graphs[g].filter([&](uint64_t sort) { return sort <= m_lastSort; });
         const auto before = static_cast<uint32_t>(m_points.size());
         for (const kxMovingGraph::Draw& draw : graphs[g].getDraws())
         {
             m_points.push_back({combineHash(g, draw.content), draw.isDriver ? std::string() : graphs[g].getPath(draw),
                                 first, draw.pointCount * 3,
-                                draw.driver == UINT32_MAX ? UINT32_MAX : before + draw.driver, draw.isDriver});
+                                draw.driver == UINT32_MAX ? UINT32_MAX : before + draw.driver, draw.isDriver,
+                                draw.kind == 0 ? 0 : combineHash(g, draw.kind), draw.isUnnamed});
             first += draw.pointCount * 3;
         }
     }
@@ -205,18 +206,21 @@ void kxMotionList::sample(Clip& clip, const kxAnimation& animation, std::deque<k
         bound.push_back(graph.bind(animation));
     uint32_t first = m_points.empty() ? 0 : m_points.back().first + m_points.back().count;
     std::vector<const kxValueSequence*> values;
-    forEachTrack(
-        animation,
-        [&](const kxAnimationTrack& track)
-        {
-            const auto* source = kxCast<kxValueSequence>(track.getSource());
-            if (!source || source->getKeyCount() == 0 || !source->isWellFormed() || !source->hasRisingTimes())
-                return;
-            const std::string path = getObjectName(track._target).str() + " " + track._property.str();
-            clip.values.push_back({hashBytes(path.data(), path.size(), 1), path, first, source->getNumbersPerKey()});
-            first += source->getNumbersPerKey();
-            values.push_back(source);
-        });
+    forEachTrack(animation,
+                 [&](const kxAnimationTrack& track)
+                 {
+                     const auto* source = kxCast<kxValueSequence>(track.getSource());
+                     if (!source || source->getKeyCount() == 0 || !source->isWellFormed() || !source->hasRisingTimes())
+                         return;
+                     const kxStringRef name = getObjectName(track._target);
+                     const std::string path = name.str() + " " + track._property.str();
+                     Thing& thing = clip.values.emplace_back(hashBytes(path.data(), path.size(), 1), path, first,
+                                                             source->getNumbersPerKey());
+                     thing.kind = combineHash(track._property.getHash(), 1);
+                     thing.isUnnamed = track._target && name.isEmpty();
+                     first += source->getNumbersPerKey();
+                     values.push_back(source);
+                 });
     std::vector<double> numbers;
     clip.numbers.reserve(clip.times.size() * first);
     for (const int64_t time : clip.times)

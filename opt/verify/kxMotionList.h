@@ -28,7 +28,15 @@ public:
         uint32_t first; ///< of its numbers at each time
         uint32_t count;
         uint32_t driver = UINT32_MAX; ///< of a geometry: the point that holds what moves it
-        bool isDriver = false;        ///< see `kxMovingGraph::Draw`
+        bool isDriver = false;        ///< see `kxMovingGraph::Draw`, as the next two
+        uint64_t kind = 0;
+        bool isUnnamed = false;
+
+        /// True for what is the same but for a name that one of the two does not have.
+        bool isNamesake(const Thing& other) const
+        {
+            return kind != 0 && kind == other.kind && (isUnnamed || other.isUnnamed);
+        }
     };
     struct Clip
     {
@@ -69,7 +77,7 @@ private:
     std::deque<Clip> m_clips;
     std::vector<Thing> m_points;
     uint32_t m_pointsPerGeometry = 0;
-    uint64_t m_lastContent = UINT64_MAX; // of too many things, those of larger content are not looked at
+    uint64_t m_lastSort = UINT64_MAX; // of too many things, those of sorts behind it are not looked at
 };
 
 } // namespace Kel::Opt

@@ -78,7 +78,7 @@ void kxMovingGraph::noteDriven(std::span<const kxAnimationDatabase* const> datab
             for (const kxSkeleton* skeleton : *database->getSkeletonList())
                 if (skeleton && skeleton->_bones)
                     for (const kxNode* bone : *skeleton->_bones)
-                        if (bone)
+                        if (bone && !bone->getName().isEmpty())
                             m_bones.try_emplace(bone->getName().getHash(), bone);
     for (const kxAnimationDatabase* database : databases)
         if (database->getAnimationList())
@@ -268,7 +268,12 @@ void kxMovingGraph::choosePoints(uint32_t perGeometry)
         const bool isDriven = m_driven.contains(place.node);
         if (place.isMoving && (isDriven || place.node->isOfType(kxCamera::staticMetaObject()) ||
                                place.node->isOfType(kxLightSet::staticMetaObject())))
-            addAxes(*begin(place.node->getName().getHash()));
+        {
+            Draw& draw = *begin(place.node->getName().getHash());
+            draw.kind = combineHash(place.node->getMetaObject()->getName().getHash(), 1);
+            draw.isUnnamed = place.node->getName().isEmpty();
+            addAxes(draw);
+        }
         const auto* geometry = kxCast<kxGeometry>(place.node);
         if (!geometry)
             continue;
@@ -294,12 +299,18 @@ uint32_t kxMovingGraph::addDriver(uint32_t number, const kxGeometry& geometry)
     const Place& place = m_places[number];
     const bool isSkinned = place.skin != kNone && geometry.hasSkinnedAttr();
     uint64_t content = isSkinned ? 1 : 0;
+    uint64_t kind = content + 2;
+    bool isUnnamed = false;
     std::vector<double> key{double(content)};
     if (isSkinned)
     {
         key.push_back(double(place.skin));
         for (const kxNode* joint : *m_skins[place.skin].skin->_joints)
+        {
             content = combineHash(content, joint ? joint->getName().getHash() : 0);
+            isUnnamed |= !joint || joint->getName().isEmpty();
+        }
+        kind = combineHash(kind, m_skins[place.skin].joints.size());
     }
     else
     {
@@ -313,6 +324,7 @@ uint32_t kxMovingGraph::addDriver(uint32_t number, const kxGeometry& geometry)
             for (int column = 0; column < 3; ++column)
                 key.push_back(std::isfinite(way[row][column]) ? way[row][column] : 0);
         content = combineHash(content, at == kNone ? 0 : m_places[at].node->getName().getHash());
+        isUnnamed = at != kNone && m_places[at].node->getName().isEmpty();
     }
     size_t weightCount = 0;
     if (place.isMorphed)
@@ -325,12 +337,15 @@ uint32_t kxMovingGraph::addDriver(uint32_t number, const kxGeometry& geometry)
         key.push_back(double(weightCount));
         key.push_back(double(number));
         content = combineHash(content, weightCount);
+        kind = combineHash(kind, weightCount);
     }
     const auto [known, isNew] = m_drivers.try_emplace(std::move(key), static_cast<uint32_t>(m_draws.size()));
     if (!isNew)
         return known->second;
     m_draws.push_back({content, number, static_cast<uint32_t>(m_points.size()), 0});
     Draw& draw = m_draws.back();
+    draw.kind = kind;
+    draw.isUnnamed = isUnnamed;
     draw.isDriver = true;
     if (isSkinned)
         for (uint32_t joint = 0; joint < m_skins[place.skin].joints.size(); ++joint)

@@ -36,7 +36,12 @@ public:
         uint32_t firstPoint;
         uint32_t pointCount;
         uint32_t driver = UINT32_MAX; ///< of a geometry: the draw that holds what moves it
-        bool isDriver = false; ///< not something drawn, but what moves it: axes of a place or of joints, and weights
+        uint64_t kind = 0; ///< of something that its name tells from others, the same without the name; 0 for others
+        bool isUnnamed = false; ///< of that, the name is missing
+        bool isDriver = false;  ///< not something drawn, but what moves it: axes of a place or of joints, and weights
+
+        /// What it is, whether it has a name or not.
+        uint64_t getSort() const { return kind ? kind : content; }
     };
 
     /// Follows the paths below `root` and finds what the databases' clips move; null draws nothing.
@@ -44,13 +49,13 @@ public:
 
     /// Chooses the points, up to that many of each geometry. Must have been called before `evaluate`.
     void choosePoints(uint32_t perGeometry);
-    /// Lets go of the draws for which `isKept(content)` is false, and of what moves none of the others.
+    /// Lets go of the draws for which `isKept(sort)` is false, and of what moves none of the others.
     template <class IsKept>
     void filter(IsKept isKept)
     {
         std::vector<bool> keeps(m_draws.size());
         for (size_t i = 0; i < m_draws.size(); ++i)
-            if (!m_draws[i].isDriver && isKept(m_draws[i].content))
+            if (!m_draws[i].isDriver && isKept(m_draws[i].getSort()))
             {
                 keeps[i] = true;
                 if (m_draws[i].driver != kNone)

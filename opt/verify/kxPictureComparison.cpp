@@ -112,6 +112,39 @@ public:
         m_areAlike = nullptr;
     }
 
+    // The same for draws of which one, but not the other, is moved by a node without a name, by their contents and places
+    // alone: what gives names to nodes changes no picture.
+    void matchUnnamed(const AreAlike& areAlike, std::vector<size_t>& onlyInA, std::vector<size_t>& onlyInB)
+    {
+        m_ignoreMovers = true;
+        const auto takeUnnamed = [](const std::vector<Draw>& draws, std::vector<size_t>& indices)
+        {
+            std::vector<size_t> unnamed;
+            std::erase_if(indices,
+                          [&](size_t index)
+                          {
+                              if (draws[index].hasUnnamedMover)
+                                  unnamed.push_back(index);
+                              return draws[index].hasUnnamedMover;
+                          });
+            return unnamed;
+        };
+        const auto putBack = [](std::vector<size_t>& indices, const std::vector<size_t>& others)
+        {
+            indices.insert(indices.end(), others.begin(), others.end());
+            std::sort(indices.begin(), indices.end());
+        };
+        std::vector<size_t> unnamed = takeUnnamed(m_a, onlyInA);
+        if (!unnamed.empty())
+            matchAlike(areAlike, unnamed, onlyInB);
+        putBack(onlyInA, unnamed);
+        unnamed = takeUnnamed(m_b, onlyInB);
+        if (!unnamed.empty())
+            matchAlike(areAlike, onlyInA, unnamed);
+        putBack(onlyInB, unnamed);
+        m_ignoreMovers = false;
+    }
+
 private:
     struct Entry
     {
@@ -144,7 +177,11 @@ private:
 
     uint64_t classOf(const Draw& draw) const
     {
-        const uint64_t parts[5] = {draw.kind, draw.content, draw.attributes, draw.conditions,
+        const uint64_t parts[6] = {draw.kind,
+                                   draw.content,
+                                   draw.attributes,
+                                   draw.conditions,
+                                   m_ignoreMovers ? 0 : draw.movers,
                                    m_options.ignoreImages || m_areAlike ? 0 : draw.images};
         return hashBytes(parts, sizeof parts);
     }
@@ -226,6 +263,7 @@ private:
     const kxPictureComparison::Options& m_options;
     double m_extent;
     const AreAlike* m_areAlike = nullptr;
+    bool m_ignoreMovers = false;
 };
 
 bool isSameContent(const kxDrawList& listA, const Draw& a, const kxDrawList& listB, const Draw& b, kxImageMatch& images)
@@ -268,9 +306,12 @@ bool kxPictureComparison::compare(const kxDrawList& a, const kxDrawList& b)
     if (matching.isSameInOrder())
         return true;
     matching.match(m_onlyInA, m_onlyInB);
+    const auto alike = [&](const Draw& x, const Draw& y)
+    { return m_options.ignoreImages || areAlike(a, x, b, y, m_images); };
     if (!m_options.ignoreImages && !m_onlyInA.empty() && !m_onlyInB.empty())
-        matching.matchAlike([&](const Draw& x, const Draw& y) { return areAlike(a, x, b, y, m_images); }, m_onlyInA,
-                            m_onlyInB);
+        matching.matchAlike(alike, m_onlyInA, m_onlyInB);
+    if (!m_onlyInA.empty() && !m_onlyInB.empty())
+        matching.matchUnnamed(alike, m_onlyInA, m_onlyInB);
     matchSurfaces(a, b, m_options.ignoreImages, m_onlyInA, m_onlyInB);
     return m_onlyInA.empty() && m_onlyInB.empty();
 }
@@ -348,6 +389,8 @@ std::string differenceOf(const kxDrawList& listA, const Draw& a, const kxDrawLis
         add("a texture of its material variants has another image");
     if (a.conditions != b.conditions)
         add("conditions of the path differ");
+    if (a.movers != b.movers)
+        add("is moved by nodes of other names");
     double moved = 0;
     for (size_t i = 0; i < 12; ++i)
         moved = std::max(moved, std::abs(double(a.matrix[i]) - double(b.matrix[i])));
@@ -362,7 +405,12 @@ std::vector<std::string> kxPictureComparison::describe(const kxDrawList& a, cons
 {
     std::vector<std::string> lines;
     // Partners by content, so that "moved" is told from "gone" and "new"; the first of each content is taken first.
-    auto contentOf = [](const Draw& draw) { return combineHash(draw.content, draw.kind); };
+    auto contentOf = [](const Draw& draw)
+    {
+        // What is drawn may have come below another driven node; such a node is nothing but its name.
+        const bool isMover = draw.kind == kxDrawList::DRIVEN || draw.kind == kxDrawList::OWN_MATRIX;
+        return combineHash(combineHash(draw.content, draw.kind), isMover ? draw.movers : 0);
+    };
     std::unordered_map<uint64_t, std::vector<size_t>> partners;
     for (size_t i = m_onlyInB.size(); i-- > 0;)
         partners[contentOf(b.getDraws()[m_onlyInB[i]])].push_back(m_onlyInB[i]);

@@ -129,7 +129,7 @@ kxLook kxPictureHash::hashContents(const kxObject* object)
     if (const auto* skin = kxCast<kxSkin>(object))
     {
         // What it draws and where its bones hang is seen elsewhere.
-        look.add(hashValue(skin->_joints));
+        look.add({skin->_joints ? skin->_joints->getCount() : 0});
         look.add(hashValue(skin->_inverseBindMatrices));
         return look;
     }
@@ -139,12 +139,27 @@ kxLook kxPictureHash::hashContents(const kxObject* object)
     if (image && image->_encoded)
         // Encoded bytes are there until the pixels change; that somebody looked at the pixels changes nothing.
         return {kImageHash, combineHash(look.value, image->_encoded->getContentHash())};
+    if (image && !image->_pixels)
+        // All that is known of an image that was not there. What else a file says of it, such as its type, is not drawn.
+        return {kImageHash, combineHash(look.value, image->_uri.getHash())};
     for (const kxMetaField* field : object->getMetaObject()->getFields())
         if (!isLabel(field))
             look.add(hashField(field, object));
-    if (image && !image->_pixels)
-        look.add({image->_uri.getHash()}); // all that is known of an image that was not there
     return image ? kxLook{kImageHash, look.value} : look;
+}
+
+const kxJointNames& kxPictureHash::getJointNames(const kxSkin* skin)
+{
+    const auto [at, isNew] = m_jointNames.try_emplace(skin);
+    kxJointNames& names = at->second;
+    if (isNew && skin->_joints)
+        for (const kxNode* joint : *skin->_joints)
+        {
+            const kxStringRef name = joint ? joint->getName() : kxStringRef();
+            names.hash = combineHash(names.hash, name.getHash());
+            names.isAnyMissing |= name.isEmpty();
+        }
+    return names;
 }
 
 kxLook kxPictureHash::hashTexture(const kxTextureAttr* texture, kxLook look)

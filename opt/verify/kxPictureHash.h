@@ -5,7 +5,13 @@
 #include "platform/core/kxTSerialMap.h"
 #include "platform/sg/kxNode.h"
 
+#include <unordered_map>
 #include <vector>
+
+namespace Kel::Sg
+{
+class kxSkin;
+}
 
 namespace Kel::Opt
 {
@@ -24,9 +30,16 @@ struct kxLook
     friend bool operator==(const kxLook& a, const kxLook& b) = default;
 };
 
+/// Names of the joints of a skin, in order.
+struct kxJointNames
+{
+    uint64_t hash = 0;
+    bool isAnyMissing = false; ///< a joint has no name
+};
+
 /// Hashes of how objects look: of their values, never of identities, so that what two loads of a file give can be
 /// compared. Names, user data and where a thing stands in its file do not count; nodes that an object refers to count
-/// by their names. Of a texture's images the first counts: the others show the same to readers that know other kinds of files.
+/// by their names, joints of skins by their number. Of a texture's images the first counts: the others show the same to readers that know other kinds of files.
 ///
 /// Hashes are kept by object: the objects must neither change nor go between two calls of `forget`.
 class kxPictureHash
@@ -42,8 +55,15 @@ public:
     /// False for types whose nodes never say anything of that kind.
     bool mayHashDrawing(const kxMetaObject* type);
 
+    /// What tells the joints of a skin from those of another, beside their number; null joints have no name.
+    const kxJointNames& getJointNames(const kxSkin* skin);
+
     /// Forgets the hashes.
-    void forget() { m_known.clear(); }
+    void forget()
+    {
+        m_known.clear();
+        m_jointNames.clear();
+    }
 
 private:
     using FieldList = std::vector<const kxMetaField*>;
@@ -53,7 +73,8 @@ private:
     kxLook hashField(const kxMetaField* field, const kxObject* object);
     const FieldList& getDrawingFields(const kxMetaObject* type);
 
-    kxTSerialMap<kxLook> m_known;           // value 0: not known
+    kxTSerialMap<kxLook> m_known; // value 0: not known
+    std::unordered_map<const kxSkin*, kxJointNames> m_jointNames;
     std::vector<FieldList> m_drawingFields; // by index of the type
     std::vector<bool> m_hasDrawingFields;
 };

@@ -77,6 +77,20 @@ float toleranceOf(const kxVertexArray& array)
     return array._matrix || (isWhole && !isKnown) ? 0 : kValueTolerance;
 }
 
+// From one number that the array can hold to the next; 0 for floating point, whose steps are below all tolerances.
+float stepOf(const kxVertexArray& array)
+{
+    switch (array._componentType)
+    {
+    case kxComponentType::FLOAT32: return 0;
+    case kxComponentType::INT8: return array._normalized ? 1 / 127.0f : 1;
+    case kxComponentType::UINT8: return array._normalized ? 1 / 255.0f : 1;
+    case kxComponentType::INT16: return array._normalized ? 1 / 32767.0f : 1;
+    case kxComponentType::UINT16: return array._normalized ? 1 / 65535.0f : 1;
+    default: return array._normalized ? 0 : 1;
+    }
+}
+
 bool isOfBones(const kxVertexArray& array)
 {
     return array._semantic.view().substr(0, 7) == "JOINTS_" || array._semantic.view().substr(0, 8) == "WEIGHTS_";
@@ -112,10 +126,12 @@ void kxSurface::integrate(Channel& channel, Value value) const
     }
 }
 
-void kxSurface::addChannel(const std::vector<float>& values, uint32_t stride, uint32_t component, float tolerance)
+void kxSurface::addChannel(const std::vector<float>& values, uint32_t stride, uint32_t component, float tolerance,
+                           float step)
 {
     Channel& channel = m_channels.emplace_back();
     channel.tolerance = tolerance;
+    channel.step = step;
     channel.first = static_cast<uint32_t>(m_channels.size()) - 1 - component;
     auto at = [&](size_t corner) { return values[size_t(m_vertices[corner]) * stride + component]; };
     if (!m_vertices.empty())
@@ -174,7 +190,8 @@ bool kxSurface::measure(const kxGeometryAttr& attr, const kxVertexBlendMatrixLis
     m_isEmpty = m_vertices.empty();
     integrate(m_channels.emplace_back(), [](size_t) { return 1.0; });
     for (uint32_t axis = 0; axis < 3; ++axis)
-        addChannel(m_positions, 3, axis, kPositionTolerance);
+        // Positions of new vertices are not rounded: they become floating-point numbers.
+        addChannel(m_positions, 3, axis, kPositionTolerance, 0);
     auto addArray = [&](const kxVertexArray& array)
     {
         m_form = combineHash(m_form, array._semantic.getHash());
@@ -184,7 +201,7 @@ bool kxSurface::measure(const kxGeometryAttr& attr, const kxVertexBlendMatrixLis
             return;
         const std::vector<float> values = decode(array);
         for (uint32_t c = 0; c < array._componentCount; ++c)
-            addChannel(values, array._componentCount, c, tolerance);
+            addChannel(values, array._componentCount, c, tolerance, stepOf(array));
     };
     for (const kxVertexArray* array : *attr._arrays)
         if (array != positions)
@@ -217,6 +234,7 @@ void kxSurface::measureBones(const kxGeometryAttr& attr, const kxVertexBlendMatr
         const kxVertexArray* weights = attr.getArray(kxStringRef(kxFormat("WEIGHTS_%u", set)));
         if (!joints || !weights || joints->_componentCount != weights->_componentCount)
             return;
+        m_weightStep = std::max(m_weightStep, stepOf(*weights));
         const std::vector<float> bones = decode(*joints), shares = decode(*weights);
         const uint32_t components = joints->_componentCount;
         // Each bone's weight is a number of every vertex; only the primitives that it touches count.
@@ -274,9 +292,11 @@ void kxSurface::add(const kxSurface& other)
             mine.high = m_isEmpty ? theirs.high : std::max(mine.high, theirs.high);
         }
         mine.tolerance = theirs.tolerance;
+        mine.step = std::max(mine.step, theirs.step);
         mine.first = theirs.first;
     }
     m_isEmpty &= other.m_isEmpty;
+    m_weightStep = std::max(m_weightStep, other.m_weightStep);
     for (const auto& [bone, channel] : other.m_bones)
         for (int k = 0; k < 4; ++k)
             m_bones[bone].sums[k] += channel.sums[k];
@@ -320,7 +340,8 @@ bool kxSurface::isAlike(const kxSurface& other) const
         const Channel &mine = m_channels[i], &theirs = other.m_channels[i];
         const bool isPosition = i <= 3;
         const double range = isPosition ? size + placeOf(i) / kPositionTolerance : rangeOf(mine);
-        const double slack = mine.tolerance * range;
+        const double steps = mine.tolerance == kDirectionTolerance ? 2 : 1;
+        const double slack = mine.tolerance * range + steps * double(std::max(mine.step, theirs.step));
         if (mine.tolerance != kDirectionTolerance &&
             (!isNear(mine.low, theirs.low, slack) || !isNear(mine.high, theirs.high, slack)))
             return false;
@@ -339,6 +360,7 @@ bool kxSurface::isAlike(const kxSurface& other) const
                         area * slack * (size + placeOf(axis) / kPositionTolerance)))
                 return false;
     }
+    const double weightSlack = area * (kValueTolerance + double(std::max(m_weightStep, other.m_weightStep)));
     auto hasBonesOf = [&](const kxSurface& a, const kxSurface& b)
     {
         for (const auto& [bone, channel] : a.m_bones)
@@ -348,7 +370,7 @@ bool kxSurface::isAlike(const kxSurface& other) const
             const Channel& theirs = at == b.m_bones.end() ? none : at->second;
             for (size_t k = 0; k < 4; ++k)
                 if (!isNear(channel.sums[k], theirs.sums[k],
-                            area * kValueTolerance * (k == 0 ? 1 : size + placeOf(k) / kPositionTolerance)))
+                            weightSlack * (k == 0 ? 1 : size + placeOf(k) / kPositionTolerance)))
                     return false;
         }
         return true;

@@ -28,7 +28,9 @@ public:
     /// Hash of what must be equal for surfaces to be comparable: the kind of primitives, the attributes and their sizes.
     uint64_t getForm() const { return m_form; }
     /// True when both cover the same within 1e-5 of their size, attributes within 1e-3 of their range. Directions may differ
-    /// by more, because those of new vertices have length 1 and so do not add up.
+    /// by more, because those of new vertices have length 1 and so do not add up. Attributes that are kept in whole numbers
+    /// may be off by one step of the coarser of the two as well (directions by two: length 1 is made good first, in other
+    /// numbers), because those of new vertices are rounded; floating-point numbers have no steps.
     bool isAlike(const kxSurface& other) const;
 
     double getArea() const { return m_channels.empty() ? 0 : m_channels[0].sums[0]; }
@@ -40,6 +42,7 @@ private:
         double sums[4] = {0, 0, 0, 0}; // of the number, and of it times x, y and z
         float low = 0, high = 0;
         float tolerance = 0; // of a mean, as a part of the range
+        float step = 0;      // of the numbers that the attribute is kept in; 0 for floating point
         uint32_t first = 0;  // channel of the first number of the same attribute
     };
 
@@ -47,13 +50,14 @@ private:
     double rangeOf(const Channel& channel) const;
     template <class Value>
     void integrate(Channel& channel, Value value) const;
-    void addChannel(const std::vector<float>& values, uint32_t stride, uint32_t component, float tolerance);
+    void addChannel(const std::vector<float>& values, uint32_t stride, uint32_t component, float tolerance, float step);
 
     uint64_t m_form = 0;
     bool m_isEmpty = true;
     std::vector<Channel> m_channels;
     double m_facing[3] = {0, 0, 0};      // sum of the triangles' normals by area: turns round with them
     std::map<uint64_t, Channel> m_bones; // weights of each bone; looked up by what it is
+    float m_weightStep = 0;              // as in Channel, of the weights
 
     // While vertex data are measured.
     uint32_t m_size = 3;

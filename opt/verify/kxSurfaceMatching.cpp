@@ -12,7 +12,7 @@ namespace
 {
 
 // Where and how something is drawn, without what. Nothing depends on the order but finding equal ones.
-using Key = std::tuple<uint64_t, uint64_t, uint64_t, uint64_t, std::array<float, 12>>;
+using Key = std::tuple<uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, std::array<float, 12>>;
 
 struct Side
 {
@@ -25,8 +25,12 @@ struct Side
     static Key keyOf(const kxDrawList& list, size_t index, bool ignoreImages)
     {
         const kxDrawList::Draw& draw = list.getDraws()[index];
-        return {surfaceOf(list, index)->getForm(), draw.attributes - list.getPaletteHash(draw), draw.conditions,
-                ignoreImages ? 0 : draw.images, draw.matrix};
+        return {surfaceOf(list, index)->getForm(),
+                draw.attributes - list.getPaletteHash(draw),
+                draw.conditions,
+                draw.movers,
+                ignoreImages ? 0 : draw.images,
+                draw.matrix};
     }
     void collect(const kxDrawList& list, const std::vector<size_t>& indices, bool ignoreImages)
     {

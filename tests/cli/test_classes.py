@@ -4,7 +4,7 @@ import json
 import re
 import unittest
 
-from clitest import CliTest
+from clitest import CliTest, script
 
 
 class Classes(CliTest):
@@ -74,6 +74,17 @@ class Init(CliTest):
         # Whether the defaults of an optimization are enough for it is its own affair.
         _, err = self.kxopt("run", "scene.gltf", "-s", "start.ini", status=(0, 1))
         self.assertNotRegex(err, r"start\.ini:\d+")
+
+    def testDefaultsOfEnumerationsAreTaken(self):
+        # One that reads its formats itself, by their names alone.
+        self.kxopt("init", "start.ini")
+        section = re.search(r"^;name = kxConvertImage\n(?:;.*\n)*", self.read("start.ini").decode(), re.MULTILINE).group()
+        keys = dict(re.findall(r"^;(format|order) = (.*)$", section, re.MULTILINE))
+        self.assertEqual(keys, {"format": "rgba_5551_16", "order": "DEFAULT"})
+        self.write("taken.ini", script(("kxConvertImage", keys), ("kxConvertImage", {"_format": 8, "_order": 100})))
+        out, err = self.kxopt("run", "scene.gltf", "-s", "taken.ini", "-o", "out.glb")
+        self.assertEqual(err, "")
+        self.assertNotIn("not configured", out)
 
     def testSwitchedOnSectionGivesTheDefaults(self):
         self.kxopt("init", "start.ini", plugins=True)

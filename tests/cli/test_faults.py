@@ -15,6 +15,7 @@ class FailedSteps(CliTest):
     CASES = [
         (script("kxCliFails"), "kxCliFails: failed"),
         (script("kxCliRefuses"), "kxCliRefuses: not configured"),
+        (script(("kxPromoteAttrs", {"attributeType": "kxNone"})), "kxPromoteAttrs: not configured; attributeType names no class"),
         (script("kxCliFials"), "kxCliFials: unknown"),
         (script("").replace("name = \n", ""), "[OPTIMIZATION1] no name"),
     ]

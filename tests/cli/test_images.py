@@ -60,6 +60,18 @@ class Images(CliTest):
         self.assertEqual(report["after"]["imageBytes"], self.bytes_on_disk("out0half.ini/scene.gltf"))
         self.assertIn("bytes of pixels saved", report["steps"][0]["counters"])
 
+    def testEqualImagesAreWrittenOnce(self):
+        self.write("in/lamp.png", self.read("in/plaster.png"))
+        self.write("share.ini", script("kxShareImages", ("kxShareAttrs", {"attributeType": "kxTextureBindAttr"})))
+        self.write("out/scene.gltf", "")
+        report = self.run_script("share.ini", "out/scene.gltf", "--verify-each")
+        self.assertEqual(report["steps"][0]["counters"], {"images shared": 1, "textures shared": 1})
+        self.assertEqual(report["steps"][1]["counters"], {"attributes shared": 1})
+        scene = json.loads(self.read("out/scene.gltf"))
+        self.assertEqual((len(scene["textures"]), scene["images"]), (1, [{"uri": "plaster.png", "mimeType": "image/png"}]))
+        self.assertFalse(self.exists("out/lamp.png"))
+        self.assertEqual(report["after"]["imageBytes"] * 2, report["before"]["imageBytes"])
+
     def testFallbacks(self):
         self.run_script("dxt.ini", "with.glb")
         self.run_script("dxt.ini", "without.glb", "--no-fallback")

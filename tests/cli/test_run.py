@@ -14,6 +14,8 @@ class Run(CliTest):
     def testNodesOutsideOfTheScenesKeepWhatTheyShare(self):
         scene = gltfScene()
         scene["nodes"].append({"name": "Spare house", "mesh": 0})
+        # With a rig, which is seen as well and has no graph of its own.
+        scene["skins"] = [{"joints": [1, 2]}]
         self.write("scene.gltf", json.dumps(scene))
         self.write("Veltrin.ini", script("kxRepairHierarchy", ("kxPromoteAttrs", {"attributeType": "kxMaterialAttr"})))
         out, err = self.kxopt("run", "scene.gltf", "-o", "out.gltf", "--verify-each")

@@ -70,7 +70,7 @@ std::string toText(const kxMetaObject& type, const std::vector<kxParameter>& par
     kxTable table("llll");
     table.addRow({"parameter", "type", "default", "help"});
     for (const kxParameter& parameter : parameters)
-        table.addRow({parameter.key, parameter.type, parameter.value.empty() ? "(none)" : parameter.value,
+        table.addRow({parameter.key, parameter.type, parameter.scriptValue.empty() ? "(none)" : parameter.scriptValue,
                       parameter.field->getHelp()});
     text += table.toText(2);
     for (const kxParameter& parameter : parameters)
@@ -80,7 +80,8 @@ std::string toText(const kxMetaObject& type, const std::vector<kxParameter>& par
         kxTable values("rl");
         for (const kxMetaEnum::Value& value : parameter.values->getValues())
             values.addRow({std::to_string(value.value), value.name});
-        text += "\nvalues of " + parameter.key + " (scripts give the number)\n" + values.toText(2);
+        text += "\nvalues of " + parameter.key + " (scripts give the name, or " + parameter.field->getName().str() +
+                " the number)\n" + values.toText(2);
     }
     return text;
 }

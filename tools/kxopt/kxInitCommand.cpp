@@ -68,7 +68,7 @@ std::string settingLines(const std::vector<kxParameter>& parameters)
     {
         text += comment(std::string(parameter.field->getHelp()) + " (" + parameter.type +
                         (parameter.values ? ": " + describeValues(*parameter.values) : "") + ")");
-        text += ";" + assignment(parameter.key, parameter.value);
+        text += ";" + assignment(parameter.key, parameter.scriptValue);
     }
     return text;
 }

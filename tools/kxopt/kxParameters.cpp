@@ -69,8 +69,8 @@ std::vector<kxParameter> listParameters(const kxObject& object, const kxMetaObje
         const void* value = field->getAddress(&object);
         parameter.value = valueText(*field, value);
         parameter.values = field->getMetaEnum();
-        if (parameter.values && value)
-            parameter.valueName = field->valueToText(value);
+        // By their names: a few optimizations take nothing else.
+        parameter.scriptValue = parameter.values && value ? field->valueToText(value) : parameter.value;
         parameters.push_back(std::move(parameter));
     }
     return parameters;

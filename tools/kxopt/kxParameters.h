@@ -15,10 +15,10 @@ class kxJsonWriter;
 struct kxParameter
 {
     const Core::kxMetaField* field;
-    std::string key;       ///< as scripts name it: the field's name without the underscore
-    std::string type;      ///< "boolean", "integer", "unsigned", "number", "text", "enumeration" or "class name"
-    std::string value;     ///< as scripts write it: of an enumeration the number; empty for no class
-    std::string valueName; ///< of an enumeration's value; empty for other types
+    std::string key;         ///< as scripts name it: the field's name without the underscore
+    std::string type;        ///< "boolean", "integer", "unsigned", "number", "text", "enumeration" or "class name"
+    std::string value;       ///< as reports give it: of an enumeration the number; empty for no class
+    std::string scriptValue; ///< as scripts write it: of an enumeration the name
     const Core::kxMetaEnum* values; ///< of an enumeration, null for other types
 };
 

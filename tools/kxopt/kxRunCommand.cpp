@@ -190,6 +190,11 @@ private:
         if (!step.name.empty())
             text += step.name + ": ";
         text += getOutcomeName(step.outcome);
+        // Not every optimization says that it needs a type.
+        if (step.outcome == kxStepOutcome::NOT_CONFIGURED || step.outcome == kxStepOutcome::FAILED)
+            for (const kxParameter& setting : step.settings)
+                if (setting.type == "class name" && setting.value.empty())
+                    text += "; " + setting.key + " names no class";
         if (step.outcome == kxStepOutcome::SKIPPED_UNKNOWN)
             if (const std::string nearest = findNearestOptimization(step.name); !nearest.empty())
                 text += "; did you mean " + nearest + "?";

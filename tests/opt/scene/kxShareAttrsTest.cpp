@@ -45,6 +45,13 @@ const OptimizationCase kAnyTypeCases[] = {
     {"derived types among themselves",
      "Group(AttrSet{Material red, State[state=\"fog\"]}, AttrSet{State[state=\"fog\"], Material red})",
      "Group(AttrSet{Material#1 red, State#1[state=\"fog\"]}, AttrSet{State#1, Material#1})"},
+    {"material variants with the paths, so that a material that both use stays one",
+     R"(Group(AttrSet{Material red, TextureBind}, AttrSet{Material#m blue, TextureBind#b}(
+         Geometry[variants=(null, MaterialVariant{Material#m, TextureBind#b}, MaterialVariant{Material red})]{tri})))",
+     R"(Group(AttrSet{Material#1 red, TextureBind#2}, AttrSet{Material#3 blue, TextureBind#2}(
+         Geometry[variants=(null, MaterialVariant{Material#3, TextureBind#2}, MaterialVariant{Material#1})]{tri})))"},
+    {"variants of a locked geometry keep their own",
+     R"(Group(AttrSet{Material red}, Geometry![variants=(MaterialVariant{Material red})]{tri}))", kUnchanged},
     {"units", "Group(AttrSet{State[stateUnit=1]}, AttrSet{State[stateUnit=2]})", kUnchanged},
 };
 

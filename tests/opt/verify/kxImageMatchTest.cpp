@@ -112,6 +112,12 @@ TEST(kxImageMatch, PicturesAreTheSameWhenTheirImagesShowTheSame)
     auto other = makeImage(l_8, 8, 8, {200, 90});
     auto broken = kxNew<kxImage>();
     broken->_encoded = kxMemoryBlock::copyOf("\x89PNG\r\n\x1a\n", 8);
+    const kxSmartPointer<kxImage> brokenToo = kxNew<kxImage>();
+    brokenToo->copyFrom(broken);
+    const auto missing = kxNew<kxImage>(), missingPng = kxNew<kxImage>(), missingElsewhere = kxNew<kxImage>();
+    missing->_uri = missingPng->_uri = "gone.png";
+    missingPng->_mimeType = "image/png";
+    missingElsewhere->_uri = "other.png";
     const kxSmartPointer<kxImage> greyFile = encoded(*grey), nearFile = encoded(*near);
     const struct
     {
@@ -129,6 +135,9 @@ TEST(kxImageMatch, PicturesAreTheSameWhenTheirImagesShowTheSame)
         {"the first one counts", {grey, near}, {near, grey}, 0, "has another image"},
         {"no image at all", {grey}, {}, 9, "has another image"},
         {"one that cannot be read", {grey}, {broken}, 9, "has another image"},
+        {"one that cannot be read, and the same", {broken}, {brokenToo}, 0, nullptr},
+        {"one that is not there, with its type and without", {missing}, {missingPng}, 0, nullptr},
+        {"one that is not there in another place", {missing}, {missingElsewhere}, 0, "has another image"},
     };
     for (const auto& c : cases)
     {

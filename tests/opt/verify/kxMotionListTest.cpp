@@ -1,6 +1,7 @@
 // What clips show: where things are over time, and which differences are found.
 #include "opt/verify/kxMotionComparison.h"
 
+#include "opt/verify/kxPictureComparison.h"
 #include "opt/verify/kxVerifyObserver.h"
 #include "platform/sg/kxActor.h"
 #include "platform/sg/kxGeometry.h"
@@ -284,6 +285,80 @@ TEST(kxMotionList, FindsWhatChanged)
         "Group(Joint \"hip\"(Joint \"knee\")),"
         " Transform \"head\"(Mesh(Geometry \"face\"{tri})), Group(Transform \"lid\"(Geometry \"box\"{tri})))");
     EXPECT_THAT(other.differenceFrom(before), ElementsAre());
+}
+
+// Tools give names to nodes that have none; who moves what has not changed then.
+TEST(kxMotionList, NamesThatWereMissingChangeNothing)
+{
+    // With tracks that hold on to their nodes, which are "lid", "hip", "knee" and "head".
+    const auto bind = [](MovingScene& scene)
+    {
+        const kxNodeList& joints = *scene.database->_skinList->get(0)->_joints;
+        std::vector<kxNode*> nodes = {scene.box->getParent(0), joints.get(0), joints.get(1)};
+        for (kxAnimationTrack* track : *scene.clip->_trackList)
+        {
+            for (kxNode* node : nodes)
+                if (node->getName() == track->getName())
+                    track->_target = node;
+            auto* target = kxCast<kxNode>(track->_target.get());
+            target->_flags |= kxNode::IS_ANIMATED;
+            if (std::find(nodes.begin(), nodes.end(), target) == nodes.end())
+                nodes.push_back(target);
+        }
+        return nodes;
+    };
+    const auto differences = [](const MovingScene& a, const MovingScene& b)
+    {
+        const kxMotionList before = a.collect();
+        std::vector<std::string> lines = b.differenceFrom(before);
+        kxDrawList first, second;
+        first.collect(a.info);
+        second.collect(b.info);
+        kxPictureComparison comparison;
+        comparison.compare(first, second);
+        for (std::string& line : comparison.describe(first, second, 20))
+            lines.push_back(std::move(line));
+        return lines;
+    };
+    MovingScene named, unnamed, renamed;
+    const std::vector<kxNode*> nodes = bind(named);
+    ASSERT_EQ(nodes.size(), 4u);
+    for (kxNode* node : bind(unnamed))
+        node->setName("");
+    EXPECT_THAT(differences(unnamed, named), testing::IsEmpty());
+    EXPECT_THAT(differences(named, unnamed), testing::IsEmpty());
+    for (kxNode* node : bind(renamed))
+        node->setName(kxFormat("other %s", node->getName().c_str()));
+    EXPECT_THAT(differences(named, renamed), testing::Contains(testing::HasSubstr("is moved by nodes of other names")));
+    // What a node without a name moves, and how, still counts.
+    unnamed.knee->_translations->set(1, kxVec3f(0, 8, 0));
+    EXPECT_THAT(differences(unnamed, named), testing::Contains(testing::HasSubstr("actor/skin is off by")));
+    kxCast<kxTransform>(nodes[0])->setParts({0, 0, 1}, kxQuatf(), {1, 1, 1});
+    EXPECT_THAT(differences(unnamed, named), testing::Contains(testing::HasSubstr("kxTransform/box is off by")));
+}
+
+// Of very many things only some are looked at; the same ones with names and without.
+TEST(kxMotionList, NamesThatWereMissingChangeNothingAmongVeryMany)
+{
+    const auto makeCrowd = [](MovingScene& scene, bool isNamed)
+    {
+        auto* root = kxCast<kxGroup>(scene.info->getSceneGraph());
+        for (int i = 0; i < 15000; ++i)
+        {
+            auto transform = kxNew<kxTransform>();
+            if (isNamed)
+                transform->setName(kxFormat("n%d", i));
+            transform->setParts(kxVec3f(static_cast<float>(i), 0, 0), kxQuatf(), {1, 1, 1});
+            transform->appendChild(scene.box);
+            root->appendChild(transform);
+            scene.addTrack("", scene.lid, transform, "");
+        }
+    };
+    MovingScene named, unnamed;
+    makeCrowd(named, true);
+    makeCrowd(unnamed, false);
+    EXPECT_THAT(named.differenceFrom(unnamed.collect()), testing::IsEmpty());
+    EXPECT_THAT(unnamed.differenceFrom(named.collect()), testing::IsEmpty());
 }
 
 TEST(kxMotionList, BrokenKeysAndEmptyScenesDoNoHarm)

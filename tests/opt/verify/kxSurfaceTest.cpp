@@ -2,6 +2,7 @@
 #include "opt/scene/kxGeometryCutter.h"
 #include "opt/verify/kxPictureComparison.h"
 #include "platform/sg/kxTransform.h"
+#include "tests/opt/scene/sheetGeometry.h"
 #include "tests/support/kxTestScene.h"
 
 #include <gtest/gtest.h>
@@ -118,6 +119,62 @@ TEST(kxSurface, NormalsMayTiltALittle)
         { return isSame(whole, cutScene(kQuad, change, bend)); };
         EXPECT_TRUE(isAlike([](kxGeometry*, kxGeometry*) {})) << tilt;
         EXPECT_FALSE(isAlike([](kxGeometry*, kxGeometry* piece) { setNumber(piece, "NORMAL", 0, 0, 1); })) << tilt;
+    }
+}
+
+// New vertices of attributes in whole numbers are rounded. What that may take is no room for faults in other data.
+TEST(kxSurface, CutsMayRoundByAStep)
+{
+    using enum kxComponentType;
+    struct Attribute
+    {
+        const char* semantic;
+        kxComponentType type;
+        uint32_t components;
+        float largest;
+        std::vector<float> numbers; // little varied, so that a step is much
+        float fault;                // steps that count where nothing is rounded; 0 to leave that out
+    };
+    const Attribute attributes[] = {
+        {"NORMAL", INT8, 3, 127, {0, 40, 120, 3, 41, 120, 0, 44, 119, 2, 47, 118}, 8},
+        {"NORMAL", INT8, 3, 127, {74, 74, 74, 74, 74, 74, 74, 74, 74, 74, 74, 74}, 0}, // not of length 1
+        {"TEXCOORD_0", UINT8, 2, 255, {100, 7, 103, 7, 103, 9, 100, 10}, 1},
+        {"WEIGHTS_0", UINT8, 2, 255, {128, 127, 130, 125, 128, 127, 131, 124}, 2},
+    };
+    const char* const kQuad = "Group(Geometry{quad})";
+    for (const Attribute& attribute : attributes)
+    {
+        // With the number of one vertex off by so many steps.
+        const auto setUp = [&](bool isWhole, float steps)
+        {
+            return [&attribute, isWhole, steps](kxNode* root)
+            {
+                auto* geometry = kxCast<kxGeometry>(kxCast<kxGroup>(root)->getChild(0u));
+                kxVertexArrayList& arrays = *geometry->getGeometryAttr()->_arrays;
+                while (arrays.getCount() > 1) // the position stays
+                    arrays.removeAt(1);
+                std::vector<float> numbers = attribute.numbers;
+                numbers[0] += steps;
+                for (float& number : numbers)
+                    number /= isWhole ? 1 : attribute.largest;
+                arrays.append(makeArray("JOINTS_0", UINT8, 2, {0, 1, 0, 1, 0, 1, 0, 1}));
+                arrays.append(makeArray(attribute.semantic, isWhole ? attribute.type : FLOAT32, attribute.components,
+                                        numbers, isWhole));
+            };
+        };
+        const auto isCutAlike = [&](bool isWhole, float steps)
+        {
+            const TestScene whole = parseScene(kQuad);
+            setUp(isWhole, 0)(whole.root());
+            return isSame(whole, cutScene(
+                                     kQuad, [](kxGeometry*, kxGeometry*) {}, setUp(isWhole, steps)));
+        };
+        EXPECT_TRUE(isCutAlike(true, 0)) << attribute.semantic;
+        EXPECT_FALSE(isCutAlike(true, 32)) << attribute.semantic;
+        if (attribute.fault == 0)
+            continue;
+        EXPECT_TRUE(isCutAlike(false, 0)) << attribute.semantic;
+        EXPECT_FALSE(isCutAlike(false, attribute.fault)) << attribute.semantic;
     }
 }
 
