@@ -32,6 +32,24 @@ constexpr Rule kRules[] = {
     {"EXT_mesh_manifold", "", "manifoldPrimitive/indices", ACCESSOR},
     {"EXT_mesh_manifold", "", "mergeIndices", ACCESSOR},
     {"EXT_mesh_manifold", "", "mergeValues", ACCESSOR},
+    {"EXT_mesh_primitive_edge_visibility", "", "visibility", ACCESSOR},
+    {"EXT_mesh_primitive_edge_visibility", "", "silhouetteNormals", ACCESSOR},
+    {"EXT_mesh_primitive_edge_visibility", "", "material", MATERIAL},
+    {"EXT_mesh_primitive_edge_visibility", "", "lineStrings/*/indices", ACCESSOR},
+    {"EXT_mesh_primitive_edge_visibility", "", "lineStrings/*/material", MATERIAL},
+    {"EXT_mesh_features", "", "featureIds/*/texture/index", TEXTURE},
+    {"EXT_structural_metadata", "", "propertyTables/*/properties/*/values", BUFFER_VIEW},
+    {"EXT_structural_metadata", "", "propertyTables/*/properties/*/arrayOffsets", BUFFER_VIEW},
+    {"EXT_structural_metadata", "", "propertyTables/*/properties/*/stringOffsets", BUFFER_VIEW},
+    {"EXT_structural_metadata", "", "propertyTextures/*/properties/*/index", TEXTURE},
+    {"EXT_feature_metadata", "", "featureTables/*/properties/*/arrayOffsetBufferView", BUFFER_VIEW},
+    {"EXT_feature_metadata", "", "featureTables/*/properties/*/stringOffsetBufferView", BUFFER_VIEW},
+    {"EXT_feature_metadata", "", "featureTextures/*/properties/*/texture/index", TEXTURE},
+    {"EXT_feature_metadata", "", "featureIdTextures/*/featureIds/texture/index", TEXTURE},
+    {"MSFT_audio_emitter", "", "clips/*/bufferView", BUFFER_VIEW},
+    {"KHR_audio", "", "audio/*/bufferView", BUFFER_VIEW},
+    {"KHR_audio_emitter", "", "audio/*/bufferView", BUFFER_VIEW},
+    {"OMI_physics_shape", "", "shapes/*/*/mesh", MESH},
     {"CESIUM_primitive_outline", "", "indices", ACCESSOR},
     {"OMI_collider", "", "mesh", MESH},
     {"VRMC_vrm", "", "meta/thumbnailImage", IMAGE},
@@ -55,10 +73,18 @@ constexpr Rule kRules[] = {
     {"VRM", "", "materialProperties/*/textureProperties/*", TEXTURE},
 };
 
+/// Names that mean the same in every extension, so that data which nobody else refers to stay with it.
+struct Convention
+{
+    std::string_view key;
+    kxGltfKind kind;
+};
+constexpr Convention kConventions[] = {{"bufferView", BUFFER_VIEW}, {"accessor", ACCESSOR}};
+
 /// Extensions whose numbers are no indices, or count things within the extension itself.
 constexpr std::string_view kWithoutIndices[] = {
-    "KHR_materials_",        "KHR_node_", "KHR_xmp", "KHR_texture_transform",
-    "KHR_mesh_quantization", "AGI_",      "FB_",     "CESIUM_RTC"};
+    "KHR_materials_", "KHR_node_", "KHR_xmp",    "KHR_texture_transform", "KHR_mesh_quantization",
+    "AGI_",           "FB_",       "CESIUM_RTC", "EXT_instance_features"};
 
 bool isWithoutIndices(std::string_view name)
 {
@@ -103,6 +129,21 @@ void visitAll(const kxJsonValue& value, Visit& visit)
             visitAll(*at, visit);
 }
 
+// Calls back for every index that has one of the conventional names.
+template <class Mark>
+void markConventions(const kxJsonValue& extension, Mark mark)
+{
+    auto visit = [&](const kxJsonValue& value)
+    {
+        if (value.IsObject())
+            for (auto at = value.MemberBegin(); at != value.MemberEnd(); ++at)
+                for (const Convention& convention : kConventions)
+                    if (uint32_t index; textOf(at->name) == convention.key && readIndex(at->value, index))
+                        mark(at->value, convention.kind);
+    };
+    visitAll(extension, visit);
+}
+
 // A graph of behaviour names things by pointers with parameters, "/nodes/{which}/scale"; a parameter that is given as a
 // constant in the same step of the graph is an index.
 template <class Mark>
@@ -133,6 +174,9 @@ void markTemplateParameters(const kxJsonValue& extension, Mark mark)
               });
 }
 
+/// Where the carried parts of objects within stand among the extensions.
+constexpr std::string_view kInnerKey = "+";
+
 std::string escapeKey(std::string_view key)
 {
     std::string escaped(key.substr(0, 1) == "$" ? 1 : 0, '$');
@@ -143,6 +187,46 @@ std::string escapeKey(std::string_view key)
 bool isKnown(std::span<const std::string_view> names, std::string_view name)
 {
     return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+// True when only some properties of the object are known.
+bool isKnownInPart(std::span<const std::string_view> names, std::string_view name)
+{
+    return std::any_of(names.begin(), names.end(),
+                       [&](std::string_view known) {
+                           return known.size() > name.size() && known[name.size()] == '/' &&
+                                  known.substr(0, name.size()) == name;
+                       });
+}
+
+// Calls back with what is not known of an object at `path` that is known in part, and of those within.
+template <class Visit>
+void visitUnknown(const kxJsonValue& object, std::span<const std::string_view> names, const std::string& path,
+                  Visit& visit)
+{
+    if (!object.IsObject())
+        return;
+    for (auto at = object.MemberBegin(); at != object.MemberEnd(); ++at)
+    {
+        const std::string inner = path + "/" + std::string(textOf(at->name));
+        if (isKnown(names, inner))
+            continue;
+        if (isKnownInPart(names, inner))
+            visitUnknown(at->value, names, inner, visit);
+        else
+            visit(path, textOf(at->name), at->value);
+    }
+}
+
+// What is carried of the objects within, from the text of a user data.
+const kxJsonValue* findInner(const kxUserData* userData, kxJsonDocument& carried)
+{
+    std::string fault;
+    // A look at the text is enough for nearly all.
+    if (!userData || userData->_extensions.view().find("\"+\":{") == std::string_view::npos ||
+        !carried.parseCopy(userData->_extensions.view(), fault))
+        return nullptr;
+    return findMember(carried.getRoot(), kInnerKey);
 }
 
 } // namespace
@@ -160,6 +244,7 @@ bool kxGltfCarriedReader::holdsReferences(std::string_view name, const kxJsonVal
         found = found || (value.IsString() && splitPointer(textOf(value), kind, index, rest));
     };
     visitAll(extension, visit);
+    markConventions(extension, [&](const kxJsonValue&, kxGltfKind) { found = true; });
     return found;
 }
 
@@ -167,6 +252,7 @@ kxSmartPointer<kxUserData> kxGltfCarriedReader::read(const kxJsonValue& object, 
 {
     kxSmartPointer<kxUserData> userData;
     bool pending = false;
+    auto isPending = [&](const std::string&, std::string_view, const kxJsonValue&) { pending = true; };
     for (auto at = object.MemberBegin(); at != object.MemberEnd(); ++at)
     {
         const std::string_view key = textOf(at->name);
@@ -185,10 +271,16 @@ kxSmartPointer<kxUserData> kxGltfCarriedReader::read(const kxJsonValue& object, 
                 m_faults.warn("extensions are not an object and are left out", known.place);
             else
                 for (auto ext = at->value.MemberBegin(); ext != at->value.MemberEnd(); ++ext)
-                    pending |= !isKnown(known.extensions, textOf(ext->name));
+                    if (isKnownInPart(known.extensions, textOf(ext->name)))
+                        visitUnknown(ext->value, known.extensions, std::string(textOf(ext->name)), isPending);
+                    else
+                        pending |= !isKnown(known.extensions, textOf(ext->name));
             continue;
         }
-        pending = true;
+        if (isKnownInPart(known.members, key))
+            visitUnknown(at->value, known.members, std::string(key), isPending);
+        else
+            pending = true;
     }
     if (pending)
     {
@@ -252,12 +344,27 @@ void kxGltfCarriedReader::write(kxJsonText& json, const kxJsonValue& value, cons
     }
 }
 
-void kxGltfCarriedReader::warnOfIndices(std::string_view name, const kxJsonValue& extension)
+kxGltfCarriedReader::Marks kxGltfCarriedReader::markIndices(std::string_view name, std::string_view place,
+                                                            const kxJsonValue& extension)
+{
+    Marks marks;
+    const auto mark = [&](const kxJsonValue& index, kxGltfKind kind) { marks[&index] = kind; };
+    markConventions(extension, mark);
+    for (const Rule& rule : kRules)
+        if (rule.extension == name && (rule.place.empty() || rule.place == place))
+            visitPath(extension, rule.path, [&](const kxJsonValue& index) { mark(index, rule.kind); });
+    if (name == "KHR_interactivity")
+        markTemplateParameters(extension, mark);
+    return marks;
+}
+
+void kxGltfCarriedReader::warnOfIndices(std::string_view name, const kxJsonValue& extension, const Marks& marks)
 {
     if (name.empty() || hasRules(name) || isWithoutIndices(name) || m_warned.count(name))
         return;
     bool integers = false;
-    auto visit = [&](const kxJsonValue& value) { integers = integers || value.IsInt64() || value.IsUint64(); };
+    auto visit = [&](const kxJsonValue& value)
+    { integers = integers || ((value.IsInt64() || value.IsUint64()) && !marks.contains(&value)); };
     visitAll(extension, visit);
     if (!integers)
         return;
@@ -270,37 +377,52 @@ void kxGltfCarriedReader::warnOfIndices(std::string_view name, const kxJsonValue
 
 void kxGltfCarriedReader::finish()
 {
-    for (const Pending& pending : m_pending)
+    // By index: what is carried may bring more of it with the things that it refers to.
+    for (size_t i = 0; i < m_pending.size(); ++i)
     {
-        kxJsonText json;
+        const Pending pending = m_pending[i];
+        const kxKnownKeys& known = *pending.known;
+        kxJsonText json, unknown;
+        std::vector<std::pair<std::string, kxJsonText>> inner;
         json.beginObject();
-        auto carry = [&](std::string_view name, const kxJsonValue& extension)
-        {
-            Marks marks;
-            for (const Rule& rule : kRules)
-                if (rule.extension == name && (rule.place.empty() || rule.place == pending.known->place))
-                    visitPath(extension, rule.path, [&](const kxJsonValue& index) { marks[&index] = rule.kind; });
-            if (name == "KHR_interactivity")
-                markTemplateParameters(extension,
-                                       [&](const kxJsonValue& index, kxGltfKind kind) { marks[&index] = kind; });
-            json.key(name);
-            write(json, extension, marks, *pending.userData);
-            warnOfIndices(name, extension);
-        };
-
-        kxJsonText unknown;
         unknown.beginObject();
         bool hasUnknown = false;
+        auto takeInner = [&](const std::string& path, std::string_view key, const kxJsonValue& value)
+        {
+            auto at = std::find_if(inner.begin(), inner.end(), [&](const auto& entry) { return entry.first == path; });
+            if (at == inner.end())
+            {
+                at = inner.insert(at, {path, kxJsonText()});
+                at->second.beginObject();
+            }
+            at->second.key(escapeKey(key));
+            write(at->second, value, Marks(), *pending.userData);
+        };
+        const auto takeExtension = [&](std::string_view name, const kxJsonValue& extension)
+        {
+            if (isKnown(known.extensions, name))
+                return;
+            if (isKnownInPart(known.extensions, name))
+                return visitUnknown(extension, known.extensions, std::string(name), takeInner);
+            const Marks marks = markIndices(name, known.place, extension);
+            json.key(name);
+            write(json, extension, marks, *pending.userData);
+            warnOfIndices(name, extension, marks);
+        };
         for (auto at = pending.object->MemberBegin(); at != pending.object->MemberEnd(); ++at)
         {
             const std::string_view key = textOf(at->name);
-            if (key == "extensions" && at->value.IsObject())
+            if (key == "extras" || isKnown(known.members, key))
+                continue;
+            if (key == "extensions")
             {
-                for (auto ext = at->value.MemberBegin(); ext != at->value.MemberEnd(); ++ext)
-                    if (!isKnown(pending.known->extensions, textOf(ext->name)))
-                        carry(textOf(ext->name), ext->value);
+                if (at->value.IsObject())
+                    for (auto ext = at->value.MemberBegin(); ext != at->value.MemberEnd(); ++ext)
+                        takeExtension(textOf(ext->name), ext->value);
             }
-            else if (key != "extras" && key != "extensions" && !isKnown(pending.known->members, key))
+            else if (isKnownInPart(known.members, key))
+                visitUnknown(at->value, known.members, std::string(key), takeInner);
+            else
             {
                 hasUnknown = true;
                 unknown.key(escapeKey(key));
@@ -312,6 +434,18 @@ void kxGltfCarriedReader::finish()
         {
             json.key("");
             json.raw(unknown.str());
+        }
+        if (!inner.empty())
+        {
+            json.key(kInnerKey);
+            json.beginObject();
+            for (auto& [path, text] : inner)
+            {
+                text.endObject();
+                json.key(path);
+                json.raw(text.str());
+            }
+            json.endObject();
         }
         json.endObject();
         pending.userData->_extensions = kxStringRef(json.str());
@@ -341,12 +475,7 @@ void kxGltfCarriedWriter::writeLinked(kxJsonText& json, const kxJsonValue& value
             return;
         }
         json.beginObject();
-        for (auto at = value.MemberBegin(); at != value.MemberEnd(); ++at)
-        {
-            const std::string_view key = textOf(at->name);
-            json.key(key.substr(0, 1) == "$" ? key.substr(1) : key);
-            writeLinked(json, at->value, userData);
-        }
+        writeMembers(json, value, userData);
         json.endObject();
     }
     else if (value.IsArray())
@@ -360,18 +489,53 @@ void kxGltfCarriedWriter::writeLinked(kxJsonText& json, const kxJsonValue& value
         writeValue(json, value);
 }
 
+void kxGltfCarriedWriter::writeMembers(kxJsonText& json, const kxJsonValue& object, const kxUserData& userData)
+{
+    for (auto at = object.MemberBegin(); at != object.MemberEnd(); ++at)
+    {
+        const std::string_view key = textOf(at->name);
+        json.key(key.substr(0, 1) == "$" ? key.substr(1) : key);
+        writeLinked(json, at->value, userData);
+    }
+}
+
+void kxGltfCarriedWriter::writeInner(kxJsonText& json, const kxUserData* userData, std::string_view path)
+{
+    kxJsonDocument carried;
+    const kxJsonValue* inner = findInner(userData, carried);
+    if (const kxJsonValue* members = inner ? findMember(*inner, path) : nullptr; members && members->IsObject())
+        writeMembers(json, *members, *userData);
+}
+
+bool kxGltfCarriedWriter::hasInner(const kxUserData* userData, std::string_view path)
+{
+    kxJsonDocument carried;
+    const kxJsonValue* inner = findInner(userData, carried);
+    if (!inner || !inner->IsObject())
+        return false;
+    return std::any_of(inner->MemberBegin(), inner->MemberEnd(),
+                       [&](const auto& member)
+                       {
+                           const std::string_view name = textOf(member.name);
+                           return name.substr(0, path.size()) == path &&
+                                  (name.size() == path.size() || name[path.size()] == '/');
+                       });
+}
+
 void kxGltfCarriedWriter::write(kxJsonText& json, const kxUserData* userData, const Own& own)
 {
     kxJsonDocument carried;
     std::string fault;
     const kxJsonValue* extensions = nullptr;
     const kxJsonValue* unknown = nullptr;
+    const kxJsonValue* inner = nullptr;
     if (userData && !userData->_extensions.isEmpty() && carried.parseCopy(userData->_extensions.view(), fault) &&
         carried.getRoot().IsObject())
     {
         extensions = &carried.getRoot();
         unknown = findMember(*extensions, "");
-        if (extensions->MemberCount() == (unknown ? 1u : 0u))
+        inner = findMember(*extensions, kInnerKey);
+        if (extensions->MemberCount() == (unknown ? 1u : 0u) + (inner ? 1u : 0u))
             extensions = nullptr;
     }
 
@@ -395,7 +559,15 @@ void kxGltfCarriedWriter::write(kxJsonText& json, const kxUserData* userData, co
         {
             use(name);
             json.key(name);
-            json.raw(text);
+            const kxJsonValue* more = inner ? findMember(*inner, name) : nullptr;
+            if (!more || !more->IsObject() || text.empty() || text.back() != '}')
+            {
+                json.raw(text);
+                continue;
+            }
+            json.raw(std::string_view(text).substr(0, text.size() - 1));
+            writeMembers(json, *more, *userData);
+            json.endObject();
         }
         if (extensions)
             for (auto at = extensions->MemberBegin(); at != extensions->MemberEnd(); ++at)
@@ -403,7 +575,7 @@ void kxGltfCarriedWriter::write(kxJsonText& json, const kxUserData* userData, co
                 const std::string_view name = textOf(at->name);
                 const bool written = std::any_of(own.extensions.begin(), own.extensions.end(),
                                                  [&](const auto& own) { return own.first == name; });
-                if (name.empty() || written)
+                if (name.empty() || name == kInnerKey || written)
                     continue;
                 use(name);
                 json.key(name);

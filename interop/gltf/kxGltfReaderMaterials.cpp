@@ -21,11 +21,15 @@ constexpr std::string_view kMaterialMembers[] = {
 constexpr std::string_view kPlainUse[] = {"index", "texCoord"};
 constexpr std::string_view kScaledUse[] = {"index", "texCoord", "scale"};
 constexpr std::string_view kStrengthUse[] = {"index", "texCoord", "strength"};
-constexpr std::string_view kUseExtensions[] = {"KHR_texture_transform"};
+constexpr std::string_view kUseExtensions[] = {"KHR_texture_transform/offset", "KHR_texture_transform/scale",
+                                               "KHR_texture_transform/rotation", "KHR_texture_transform/texCoord"};
+constexpr std::string_view kTextureExtensions[] = {"EXT_texture_webp/source", "KHR_texture_basisu/source",
+                                                   "MSFT_texture_dds/source", "EXT_texture_avif/source"};
+static_assert(std::size(kTextureExtensions) == std::size(kImageSourceExtensions));
 
 const kxKnownKeys kImageKeys = {"image", kImageMembers, {}};
 const kxKnownKeys kSamplerKeys = {"sampler", kSamplerMembers, {}};
-const kxKnownKeys kTextureKeys = {"texture", kTextureMembers, kImageSourceExtensions};
+const kxKnownKeys kTextureKeys = {"texture", kTextureMembers, kTextureExtensions};
 const kxKnownKeys kPlainUseKeys = {"texture use", kPlainUse, kUseExtensions};
 const kxKnownKeys kScaledUseKeys = {"texture use", kScaledUse, kUseExtensions};
 const kxKnownKeys kStrengthUseKeys = {"texture use", kStrengthUse, kUseExtensions};
@@ -149,7 +153,6 @@ bool kxGltfReader::readTextures()
         for (const std::string_view name : kImageSourceExtensions)
             if (const kxJsonValue* extension = extensions ? findMember(*extensions, name) : nullptr)
             {
-                warnOthers(*extension, {"source"}, where + ", " + std::string(name));
                 if (!readReference(*extension, "source", m_images.size(), "image", where, index))
                     continue;
                 m_images[index].used = true;
@@ -209,7 +212,6 @@ void kxGltfReader::readTextureUse(Material& material, const std::string& slot, c
         readFloatsMember(*transform, "scale", &bind->_uvScale.x, 2, where);
         readFloatMember(*transform, "rotation", bind->_rotation, where);
         readTexCoord(*transform, bind->_transformTexCoord);
-        warnOthers(*transform, {"offset", "scale", "rotation", "texCoord"}, where + ", KHR_texture_transform");
     }
     bind->_userData = m_carried.read(json, strength ? kStrengthUseKeys : factor ? kScaledUseKeys : kPlainUseKeys);
     material.binds.push_back(bind);

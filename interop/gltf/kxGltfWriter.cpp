@@ -122,6 +122,7 @@ bool kxGltfWriter::collectInfo(const kxInfo* info, kxStringRef name)
             m_images.setInText(gltf->_imagesInText);
         }
         addReferences(gltf->_userData);
+        addReferences(gltf->_bufferUserData);
     }
     else if (const auto* database = kxCast<kxAnimationDatabase>(info))
         m_databases.push_back(database);
@@ -274,7 +275,10 @@ bool kxGltfWriter::addReferred(const kxObject* object)
     case kxGltfKind::LIGHT: m_lights.add(static_cast<const kxLightAttr*>(object)); break;
     case kxGltfKind::SKIN: addSkin(static_cast<const kxSkin*>(object)); break;
     case kxGltfKind::ANIMATION: addAnimation(static_cast<const kxAnimation*>(object)); break;
-    case kxGltfKind::ACCESSOR: // is written when it is asked for
+    case kxGltfKind::BUFFER_VIEW: // is written when it is asked for, as is an accessor
+        addReferences(static_cast<const kxGltfBufferView*>(object)->_userData);
+        break;
+    case kxGltfKind::ACCESSOR:
     case kxGltfKind::SCENE:
     case kxGltfKind::COUNT: break;
     }
@@ -405,6 +409,7 @@ std::vector<uint32_t> kxGltfWriter::indicesOf(const kxObject* object, kxGltfKind
                 indices.push_back(i);
         break;
     case kxGltfKind::ACCESSOR:
+    case kxGltfKind::BUFFER_VIEW:
     case kxGltfKind::COUNT: break;
     }
     // The first copy has the first number; the chain names the newest next.
@@ -419,6 +424,12 @@ bool kxGltfWriter::indexOf(const kxObject* object, kxGltfKind& kind, uint32_t& i
     {
         kind = kxGltfKind::ACCESSOR;
         index = const_cast<kxGltfData&>(m_data).addArray(array, kxGltfData::OTHER, false);
+        return true;
+    }
+    if (const auto* view = kxCast<kxGltfBufferView>(object))
+    {
+        kind = kxGltfKind::BUFFER_VIEW;
+        index = const_cast<kxGltfData&>(m_data).addView(view);
         return true;
     }
     const std::vector<uint32_t> indices = indicesOf(object, kind);

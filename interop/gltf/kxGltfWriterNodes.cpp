@@ -321,6 +321,7 @@ std::string kxGltfWriter::lightsText()
                 else
                     json.number(light->_outerConeAngle);
             }
+            m_carried.writeInner(json, light->_userData, "spot");
             json.endObject();
         }
         m_carried.write(json, light->_userData);
