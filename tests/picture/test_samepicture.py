@@ -369,6 +369,18 @@ class SamePicture(unittest.TestCase):
         b.write(self.path("b.gltf"))
         self.assertEqual(len(samepicture.compare(self.path("a.gltf"), self.path("b.gltf"), inventory=False)), 2)
 
+    def testManyEqualMeshesOfWhichSomeHaveNoPlace(self):
+        a, b = makeScene(), makeScene()
+        for scene, shift in ((a, 0), (b, 1e-7)):
+            scene.json["nodes"][BONE]["translation"] = [shift, 4, 0]
+            for number in range(20):
+                node = {"mesh": 1, "skin": 0} if number % 2 else {"mesh": 1, "translation": [number + shift, 1, 0]}
+                scene.json["nodes"].append(node)
+                scene.json["nodes"][ROOT]["children"].append(len(scene.json["nodes"]) - 1)
+        a.write(self.path("a.gltf"))
+        b.write(self.path("b.gltf"))
+        self.assertEqual(samepicture.compare(self.path("a.gltf"), self.path("b.gltf"), inventory=False), [])
+
     def testUnreadableFilesAreTrouble(self):
         for name, edit in [("an accessor past its view", put(("accessors", POSITION, "count"), 5)),
                            ("an index past the vertices", lambda b: b.change(INDICES, 0, 4)),
