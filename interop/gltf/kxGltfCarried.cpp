@@ -597,7 +597,7 @@ void kxGltfCarriedWriter::write(kxJsonText& json, const kxUserData* userData, co
     json.key("extras");
     json.beginObject();
     kxJsonDocument document;
-    if (!extras.empty() && document.parseCopy(extras, fault))
+    if (!extras.empty() && document.parseExtras(extras, fault))
     {
         // Extras that are no object make room under a name of their own.
         if (!document.getRoot().IsObject())

@@ -138,8 +138,9 @@ void kxGltfReader::takeTargetNames(kxMesh& mesh, const kxJsonValue& json, size_t
 {
     const kxJsonValue* extras = findMember(json, "extras");
     const kxJsonValue* names = extras ? findMember(*extras, "targetNames") : nullptr;
-    if (!names || !names->IsArray() || names->Size() != targetCount ||
-        !std::all_of(names->Begin(), names->End(), [](const kxJsonValue& name) { return name.IsString(); }))
+    if (!names || !names->IsArray() || names->Empty() || names->Size() != targetCount ||
+        !std::all_of(names->Begin(), names->End(),
+                     [](const kxJsonValue& name) { return name.IsString() && !isLongNumber(name); }))
         return;
     for (auto at = names->Begin(); at != names->End(); ++at)
         mesh._targetNames->append(kxStringRef(textOf(*at)));

@@ -221,6 +221,33 @@ TEST_F(GltfCarried, WhatIsSaidOfPackedDataIsNamed)
     EXPECT_EQ(at("buffers/0/name"), "\"first\"");
 }
 
+TEST_F(GltfCarried, ExtrasKeepEveryDigit)
+{
+    const std::string numbers =
+        R"({"big":123456789012345678901234567890,"long":[-0.12345678901234567890123e-5,1.5],"text":"3.14159265358979323846",)"
+        R"("deep":{"extras":{"x":18446744073709551616},"y":1.00000000000000000000001},"last":98765432109876543210})";
+    std::string text = replaced(
+        triangleScene(), R"("mesh":0)",
+        R"("mesh":0,"extras":NUMBERS,"extensions":{"ABC_x":{"extras":NUMBERS}},"translation":[0.10000000149011611938,0,0])");
+    text = replaced(text, R"("name":"m0")", R"("name":"m0","extras":{"targetNames":[],"id":123456789012345678901})");
+    text = replaced(text, R"({"byteLength":44)", R"({"extras":98765432109876543210,"byteLength":44)");
+    roundTrip(replaced(text, "NUMBERS", numbers));
+    // In the text itself: whoever parses it loses the digits.
+    const std::string written = get("out.gltf");
+    EXPECT_THAT(written, ::testing::HasSubstr("\"extras\":" + numbers + "}"));
+    EXPECT_THAT(written, ::testing::HasSubstr("\"ABC_x\":{\"extras\":" + numbers + "}"));
+    EXPECT_THAT(written, ::testing::HasSubstr(R"("extras":{"targetNames":[],"id":123456789012345678901})"));
+    EXPECT_THAT(written, ::testing::HasSubstr(R"("extras":98765432109876543210)"));
+    EXPECT_EQ(at("nodes/0/translation"), "[0.1,0,0]"); // elsewhere numbers are numbers
+
+    // Also where extras are written anew, because something joins them.
+    roundTrip(
+        R"({"asset":{"version":"2.0"},"meshes":[{"primitives":[{"attributes":{"POSITION":0},"targets":[{"POSITION":0}]}],)"
+        R"("extras":{"targetNames":["t"],"id":123456789012345678901}}],)"
+        R"("accessors":[{"componentType":5126,"count":3,"type":"VEC3"}]})");
+    EXPECT_THAT(get("out.gltf"), ::testing::HasSubstr(R"("extras":{"id":123456789012345678901,"targetNames":["t"]})"));
+}
+
 } // namespace
 
 } // namespace Kel::Gltf
