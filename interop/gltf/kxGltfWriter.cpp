@@ -346,7 +346,21 @@ void kxGltfWriter::number()
         m_materialOrder, m_materialNumber);
     m_cameras.sort();
     m_lights.sort();
+    // A joint of a class that gives no node is found out only when all nodes are there.
+    std::erase_if(m_skins.objects,
+                  [&](const kxSkin* skin)
+                  {
+                      bool usable = true;
+                      for (const kxNode* joint : *skin->_joints)
+                          usable &= kindOf(joint) == kxGltfKind::NODE && m_graph.has(joint);
+                      if (usable)
+                          return false;
+                      m_faults.warn("skin with joints that are no transforms is not written", skin->_name.str());
+                      m_skins.numbers[skin] = 0;
+                      return true;
+                  });
     m_skins.sort();
+    m_skinCopies.assign(m_skins.objects, m_nodeOrder);
     m_animations.sort();
     m_textures.sort();
     m_imageList.sort();

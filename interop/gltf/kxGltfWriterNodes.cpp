@@ -168,8 +168,9 @@ void kxGltfWriter::writeNode(uint32_t index, const uint32_t* children, size_t ch
     kxGltfCarriedWriter::Own own;
     if (more)
     {
-        if (more->skin && node.mesh != kxGltfGraph::kNone && m_skins.has(more->skin))
-            m_json.member("skin", uint64_t(m_skins[more->skin]));
+        if (const uint32_t skin = m_skinCopies.numberOf(index);
+            skin != kxGltfGraph::kNone && node.mesh != kxGltfGraph::kNone)
+            m_json.member("skin", uint64_t(skin));
         if (more->morph && !more->morph->_weights->isEmpty())
         {
             m_json.key("weights");
@@ -338,22 +339,22 @@ void kxGltfWriter::writeSkins()
         return;
     m_json.key("skins");
     m_json.beginArray();
-    for (const kxSkin* skin : m_skins.objects)
+    for (const kxGltfSkins::Entry& entry : m_skinCopies.getEntries())
     {
+        const kxSkin* skin = entry.skin;
         m_json.beginObject();
         if (!skin->_name.isEmpty())
-            m_json.member("name", skin->_name.view());
+            m_json.member("name",
+                          entry.copy ? skin->_name.str() + "_" + std::to_string(entry.copy + 1) : skin->_name.str());
         if (skin->_inverseBindMatrices)
             m_json.member("inverseBindMatrices",
                           uint64_t(m_data.addArray(skin->_inverseBindMatrices, kxGltfData::BIND_MATRICES, false)));
-        kxGltfKind kind;
-        uint32_t index = 0;
-        if (!skin->_skeletonRoot->isEmpty() && indexOf(skin->_skeletonRoot->get(0), kind, index))
-            m_json.member("skeleton", uint64_t(index));
+        if (entry.root != kxGltfGraph::kNone)
+            m_json.member("skeleton", uint64_t(m_nodeNumber[entry.root]));
         m_json.key("joints");
         m_json.beginArray();
-        for (const kxNode* joint : *skin->_joints)
-            m_json.unsignedInteger(m_nodeNumber[m_graph.first(joint)]);
+        for (const uint32_t joint : entry.joints)
+            m_json.unsignedInteger(m_nodeNumber[joint]);
         m_json.endArray();
         m_carried.write(m_json, skin->_userData);
         m_json.endObject();
