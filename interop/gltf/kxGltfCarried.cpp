@@ -37,7 +37,7 @@ constexpr Rule kRules[] = {
     {"EXT_mesh_primitive_edge_visibility", "", "material", MATERIAL},
     {"EXT_mesh_primitive_edge_visibility", "", "lineStrings/*/indices", ACCESSOR},
     {"EXT_mesh_primitive_edge_visibility", "", "lineStrings/*/material", MATERIAL},
-    {"EXT_mesh_features", "", "featureIds/*/texture/index", TEXTURE},
+    {"EXT_mesh_features", "", "featureIds/*/texture/index", TEXTURE}, // its other numbers count other things
     {"EXT_structural_metadata", "", "propertyTables/*/properties/*/values", BUFFER_VIEW},
     {"EXT_structural_metadata", "", "propertyTables/*/properties/*/arrayOffsets", BUFFER_VIEW},
     {"EXT_structural_metadata", "", "propertyTables/*/properties/*/stringOffsets", BUFFER_VIEW},
@@ -73,7 +73,7 @@ constexpr Rule kRules[] = {
     {"VRM", "", "materialProperties/*/textureProperties/*", TEXTURE},
 };
 
-/// Names that mean the same in every extension, so that data which nobody else refers to stay with it.
+/// Names of indices that mean the same in every extension, so that data which nobody else refers to stay with it.
 struct Convention
 {
     std::string_view key;
@@ -135,13 +135,37 @@ void markConventions(const kxJsonValue& extension, Mark mark)
 {
     auto visit = [&](const kxJsonValue& value)
     {
-        if (value.IsObject())
-            for (auto at = value.MemberBegin(); at != value.MemberEnd(); ++at)
-                for (const Convention& convention : kConventions)
-                    if (uint32_t index; textOf(at->name) == convention.key && readIndex(at->value, index))
-                        mark(at->value, convention.kind);
+        if (!value.IsObject())
+            return;
+        for (auto at = value.MemberBegin(); at != value.MemberEnd(); ++at)
+        {
+            const std::string_view key = textOf(at->name);
+            for (const Convention& convention : kConventions)
+                if (uint32_t index; key == convention.key && readIndex(at->value, index))
+                    mark(at->value, convention.kind);
+            if (isTextureUse(key, at->value) || (key == "texture" && isTextureUse("Texture", at->value)))
+                mark(*findMember(at->value, "index"), TEXTURE);
+        }
     };
     visitAll(extension, visit);
+}
+
+// True when a use of a texture stands where those of a material's extension are not looked for.
+bool hasHiddenTexture(const kxJsonValue& value, bool isHidden)
+{
+    if (value.IsArray())
+        return std::any_of(value.Begin(), value.End(),
+                           [](const kxJsonValue& element) { return hasHiddenTexture(element, true); });
+    if (!value.IsObject())
+        return false;
+    return std::any_of(value.MemberBegin(), value.MemberEnd(),
+                       [&](const auto& member)
+                       {
+                           const std::string_view key = textOf(member.name);
+                           return (key == "texture" && isTextureUse("Texture", member.value)) ||
+                                  (isHidden && isTextureUse(key, member.value)) ||
+                                  hasHiddenTexture(member.value, isHidden);
+                       });
 }
 
 // A graph of behaviour names things by pointers with parameters, "/nodes/{which}/scale"; a parameter that is given as a
@@ -231,6 +255,13 @@ const kxJsonValue* findInner(const kxUserData* userData, kxJsonDocument& carried
 
 } // namespace
 
+bool isTextureUse(std::string_view key, const kxJsonValue& value)
+{
+    const kxJsonValue* named = key.ends_with("Texture") ? findMember(value, "index") : nullptr;
+    uint32_t index;
+    return named && readIndex(*named, index);
+}
+
 bool kxGltfCarriedReader::holdsReferences(std::string_view name, const kxJsonValue& extension)
 {
     if (hasRules(name))
@@ -244,8 +275,8 @@ bool kxGltfCarriedReader::holdsReferences(std::string_view name, const kxJsonVal
         found = found || (value.IsString() && splitPointer(textOf(value), kind, index, rest));
     };
     visitAll(extension, visit);
-    markConventions(extension, [&](const kxJsonValue&, kxGltfKind) { found = true; });
-    return found;
+    markConventions(extension, [&](const kxJsonValue&, kxGltfKind kind) { found = found || kind != TEXTURE; });
+    return found || hasHiddenTexture(extension, false);
 }
 
 kxSmartPointer<kxUserData> kxGltfCarriedReader::read(const kxJsonValue& object, const kxKnownKeys& known)

@@ -28,6 +28,9 @@ struct kxKnownKeys
     std::span<const std::string_view> extensions;
 };
 
+/// True for a property that is a use of a texture: called "...Texture", with an index.
+bool isTextureUse(std::string_view key, const kxJsonValue& value);
+
 /// Collects what is carried while a file is read.
 class kxGltfCarriedReader
 {
@@ -46,7 +49,8 @@ public:
     using Marks = std::unordered_map<const kxJsonValue*, kxGltfKind>;
     /// Warns, once for each name, of an extension that is carried as it is although it may hold indices besides the marked.
     void warnOfIndices(std::string_view name, const kxJsonValue& extension, const Marks& marks = Marks());
-    /// True when an extension of a material is known to hold references, or holds JSON pointers or indices of data.
+    /// True when an extension of a material is known to hold references, or holds JSON pointers, indices of data, or uses of
+    /// textures that are no properties of its objects.
     static bool holdsReferences(std::string_view name, const kxJsonValue& extension);
 
 private:

@@ -34,16 +34,6 @@ const kxKnownKeys kPlainUseKeys = {"texture use", kPlainUse, kUseExtensions};
 const kxKnownKeys kScaledUseKeys = {"texture use", kScaledUse, kUseExtensions};
 const kxKnownKeys kStrengthUseKeys = {"texture use", kStrengthUse, kUseExtensions};
 
-bool isTextureUse(std::string_view key, const kxJsonValue& value)
-{
-    constexpr std::string_view kSuffix = "Texture";
-    uint32_t index;
-    if (key.size() < kSuffix.size() || key.substr(key.size() - kSuffix.size()) != kSuffix)
-        return false;
-    const kxJsonValue* named = findMember(value, "index");
-    return named && readIndex(*named, index);
-}
-
 } // namespace
 
 bool kxGltfReader::readImages()

@@ -2,6 +2,8 @@
 // read them.
 #include "tests/gltf/kxGltfTestTools.h"
 
+#include "interop/gltf/kxGltfInfo.h"
+
 #include <gmock/gmock.h>
 
 #include <map>
@@ -246,6 +248,29 @@ TEST_F(GltfCarried, ExtrasKeepEveryDigit)
         R"("extras":{"targetNames":["t"],"id":123456789012345678901}}],)"
         R"("accessors":[{"componentType":5126,"count":3,"type":"VEC3"}]})");
     EXPECT_THAT(get("out.gltf"), ::testing::HasSubstr(R"("extras":{"id":123456789012345678901,"targetNames":["t"]})"));
+}
+
+TEST_F(GltfCarried, TexturesAreFollowedWhereverExtensionsUseThem)
+{
+    const std::string uses =
+        R"({"layers":[{"inkTexture":{"index":INDEX,"texCoord":2}}],"texture":{"index":INDEX},"index":INDEX})";
+    const std::string text =
+        R"({"asset":{"version":"2.0"},"textures":[{"name":"t0"},{"name":"t1"}],"materials":[{"name":"m0","normalTexture":{"index":0}},)"
+        R"({"name":"m1","extensions":{"ABC_ink":USES}}],"nodes":[{"extensions":{"ABC_sky":USES}},{"mesh":0}],"scenes":[{"nodes":[0,1]}],)"
+        R"("meshes":[{"primitives":[{"attributes":{"POSITION":0},"material":1}]}],)"
+        R"("accessors":[{"componentType":5126,"count":3,"type":"VEC3"}]})";
+    const auto directory = loadText(replaced(replaced(text, "USES", uses), "INDEX", "1"));
+    ASSERT_TRUE(directory) << m_errors;
+    // The material with the first texture goes, and the texture with it.
+    for (uint32_t i = 0; i < directory->getEntryCount(); ++i)
+        if (auto* info = kxCast<kxGltfInfo>(directory->getEntry(i)->getObject()))
+            info->_unusedMaterials->clear();
+    ASSERT_TRUE(save(*directory, "out.gltf")) << m_errors;
+    open("out.gltf");
+    EXPECT_EQ(at("textures"), R"([{"name":"t1"}])");
+    EXPECT_EQ(at("materials/0/extensions/ABC_ink"),
+              R"({"layers":[{"inkTexture":{"index":0,"texCoord":2}}],"texture":{"index":0},"index":1})");
+    EXPECT_EQ(at("nodes/0/extensions/ABC_sky"), at("materials/0/extensions/ABC_ink"));
 }
 
 } // namespace
