@@ -5,11 +5,12 @@
 // {"$ref": n, "rest": "/translation"}; n counts the references of the user data. Keys that begin with '$' get one more of
 // it. Properties outside of extensions that the format does not define travel as those of an extension without a name; what
 // is unknown within objects that become fields, such as the extras of an extension that is understood, as those of an
-// extension "+", by the path of the object.
+// extension "+", by the path of the object. Extras are plain text, but for those that name buffer views or accessors: these
+// stand there too.
 #pragma once
 
 #include "interop/gltf/kxGltfFaults.h"
-#include "interop/gltf/kxGltfObjects.h"
+#include "interop/gltf/kxGltfReferences.h"
 #include "platform/core/kxUserData.h"
 
 #include <set>
@@ -28,9 +29,6 @@ struct kxKnownKeys
     std::span<const std::string_view> extensions;
 };
 
-/// True for a property that is a use of a texture: called "...Texture", with an index.
-bool isTextureUse(std::string_view key, const kxJsonValue& value);
-
 /// Collects what is carried while a file is read.
 class kxGltfCarriedReader
 {
@@ -46,12 +44,8 @@ public:
     /// Objects that extensions refer to, each once, in the order met.
     const std::vector<kxObject*>& getReferenced() const { return m_referenced; }
 
-    using Marks = std::unordered_map<const kxJsonValue*, kxGltfKind>;
     /// Warns, once for each name, of an extension that is carried as it is although it may hold indices besides the marked.
-    void warnOfIndices(std::string_view name, const kxJsonValue& extension, const Marks& marks = Marks());
-    /// True when an extension of a material is known to hold references, or holds JSON pointers, indices of data, or uses of
-    /// textures that are no properties of its objects.
-    static bool holdsReferences(std::string_view name, const kxJsonValue& extension);
+    void warnOfIndices(std::string_view name, const kxJsonValue& extension, const kxGltfMarks& marks = kxGltfMarks());
 
 private:
     struct Pending
@@ -61,8 +55,7 @@ private:
         const kxKnownKeys* known;
     };
 
-    static Marks markIndices(std::string_view name, std::string_view place, const kxJsonValue& extension);
-    void write(kxJsonText& json, const kxJsonValue& value, const Marks& marks, kxUserData& userData);
+    void write(kxJsonText& json, const kxJsonValue& value, const kxGltfMarks& marks, kxUserData& userData);
     bool writeReference(kxJsonText& json, kxGltfKind kind, uint32_t index, const std::string_view* rest,
                         kxUserData& userData);
 

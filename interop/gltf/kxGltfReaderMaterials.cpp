@@ -311,7 +311,7 @@ void kxGltfReader::readMaterial(Material& material, const kxJsonValue& json, uin
         for (auto at = extensions->MemberBegin(); at != extensions->MemberEnd(); ++at)
         {
             const std::string_view name = textOf(at->name);
-            if (!at->value.IsObject() || kxGltfCarriedReader::holdsReferences(name, at->value))
+            if (!at->value.IsObject() || holdsReferences(name, at->value))
                 continue;
             known.push_back(name);
             readMaterialExtension(material, std::string(name), at->value, where);

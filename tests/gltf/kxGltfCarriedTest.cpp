@@ -145,7 +145,7 @@ TEST_F(GltfCarried, BytesStayWithTheExtensionsThatReadThem)
 "MSFT_audio_emitter":{"clips":[{"bufferView":5,"mimeType":"audio/mpeg"}],"emitters":[{"clips":[{"clip":0}]}]},
 "ABC_own":{"deep":[{"bufferView":2},{"accessor":1},{"iconTexture":"x","values":3,"bufferView":99}]},
 "ABC_pointer":{"to":"/bufferViews/4"}},
-"nodes":[{"name":"n","mesh":0,"extensions":{"EXT_instance_features":{"featureIds":[{"propertyTable":0,"attribute":2}]}}}],
+"nodes":[{"name":"n","mesh":0,"extras":{"sound":{"bufferView":5},"accessor":99,"n":5},"extensions":{"EXT_instance_features":{"featureIds":[{"propertyTable":0,"attribute":2}]}}}],
 "scenes":[{"nodes":[0]}],"meshes":[{"primitives":[{"attributes":{"POSITION":0},"extensions":{
   "EXT_mesh_features":{"featureIds":[{"featureCount":2,"propertyTable":3,"attribute":1,"texture":{"index":1,"channels":[0]}}]}}}]}],
 "textures":[{},{"name":"features","source":0}],"images":[{"bufferView":5,"mimeType":"image/png"}],
@@ -180,6 +180,8 @@ TEST_F(GltfCarried, BytesStayWithTheExtensionsThatReadThem)
         EXPECT_EQ(bytesAt(table + "stringOffsets"), slice(51, 2));
         EXPECT_EQ(bytesAt("extensions/MSFT_audio_emitter/clips/0/bufferView"), slice(60, 21));
         EXPECT_EQ(at("images/0/bufferView"), at("extensions/MSFT_audio_emitter/clips/0/bufferView"));
+        EXPECT_EQ(at("nodes/0/extras"),
+                  "{\"sound\":{\"bufferView\":" + at("images/0/bufferView") + "},\"accessor\":99,\"n\":5}");
         EXPECT_EQ(at("extensions/ABC_own/deep/0/bufferView"), at(table + "values"));
         EXPECT_EQ(at("extensions/ABC_own/deep/2"), R"({"iconTexture":"x","values":3,"bufferView":99})");
         EXPECT_EQ(at("extensions/ABC_pointer/to"), "\"/bufferViews/" + at(table + "stringOffsets") + "\"");
