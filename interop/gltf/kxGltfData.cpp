@@ -253,7 +253,7 @@ void kxGltfData::writeLists(kxJsonText& json, kxGltfCarriedWriter& carried)
         }
         json.member("count", static_cast<uint64_t>(array._count));
         json.member("type", std::string_view(typeName(array)));
-        if (accessor.hasBounds && !array._matrix)
+        if (accessor.hasBounds && (!array._matrix || array._componentType == kxComponentType::FLOAT32))
             writeBounds(json, array);
         if (accessor.sparseCount)
         {

@@ -5,6 +5,7 @@
 #include <rapidjson/error/en.h>
 #include <rapidjson/reader.h>
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstring>
@@ -351,6 +352,17 @@ bool readFloats(const kxJsonValue& value, float* numbers, size_t count)
         if (!readFloat(value[i], numbers[i]))
             return false;
     return true;
+}
+
+bool isFinerThanFloats(const kxJsonValue& value, double tolerance)
+{
+    return value.IsArray() && std::any_of(value.Begin(), value.End(),
+                                          [&](const kxJsonValue& element)
+                                          {
+                                              float rounded;
+                                              return readFloat(element, rounded) &&
+                                                     std::abs(element.GetDouble() - rounded) > tolerance;
+                                          });
 }
 
 void writeValue(kxJsonText& json, const kxJsonValue& value)

@@ -87,6 +87,9 @@ bool readFloat(const kxJsonValue& value, float& number);
 /// An array of exactly `count` such numbers.
 bool readFloats(const kxJsonValue& value, float* numbers, size_t count);
 
+/// True when a number of the array is further than `tolerance` from the nearest float.
+bool isFinerThanFloats(const kxJsonValue& value, double tolerance);
+
 /// Writes a value as JSON text, numbers as short as they read back exactly.
 void writeValue(kxJsonText& json, const kxJsonValue& value);
 std::string printValue(const kxJsonValue& value);

@@ -24,8 +24,8 @@ constexpr std::string_view kOrthographicMembers[] = {"xmag", "ymag", "zfar", "zn
 constexpr std::string_view kLightMembers[] = {
     "name", "color", "intensity", "range", "type", "spot/innerConeAngle", "spot/outerConeAngle"};
 constexpr std::string_view kSkinMembers[] = {"name", "joints", "skeleton", "inverseBindMatrices"};
-constexpr std::string_view kNodeMembers[] = {"name",  "children", "matrix", "translation", "rotation",
-                                             "scale", "mesh",     "skin",   "camera",      "weights"};
+constexpr std::string_view kNodeMembers[] = {"name", "children", "rotation", "scale",       "mesh",
+                                             "skin", "camera",   "weights",  "translation", "matrix"};
 constexpr std::string_view kNodeExtensions[] = {"KHR_lights_punctual/light", "EXT_mesh_gpu_instancing"};
 constexpr std::string_view kInstancingMembers[] = {"attributes"};
 constexpr std::string_view kSceneMembers[] = {"name", "nodes"};
@@ -39,6 +39,9 @@ const kxKnownKeys kLightKeys = {"light", std::span(kLightMembers).first(5), {}};
 const kxKnownKeys kOtherLightKeys = {"light", std::span(kLightMembers).first(4), {}}; // the type is carried
 const kxKnownKeys kSkinKeys = {"skin", kSkinMembers, {}};
 const kxKnownKeys kNodeKeys = {"node", kNodeMembers, kNodeExtensions};
+// The place is carried as well: a node far out, as on a globe, lies finer than floats can say. Units are metres.
+const kxKnownKeys kFarNodeKeys = {"node", std::span(kNodeMembers).first(8), kNodeExtensions};
+constexpr double kFarTolerance = 0.005;
 const kxKnownKeys kInstancingKeys = {"instancing", kInstancingMembers, {}};
 const kxKnownKeys kSceneKeys = {"scene", kSceneMembers, {}};
 
@@ -134,7 +137,7 @@ void kxGltfReader::takeNode(const kxJsonValue& json, const std::function<const k
         if (key == "name" && value.IsString())
             record.name = kxStringRef(textOf(value));
         else if (key == "translation")
-            isPlain &= readFloats(value, &record.translation.x, 3);
+            isPlain &= readFloats(value, &record.translation.x, 3) && !isFinerThanFloats(value, kFarTolerance);
         else if (key == "rotation")
             isPlain &= readFloats(value, record.rotation, 4);
         else if (key == "scale")
@@ -307,10 +310,13 @@ bool kxGltfReader::readWholeNode(const kxJsonValue& json, uint32_t index)
     kxGroup& node = *m_nodes[index];
     const std::string where = kxFormat("node %u", index);
     nameOf(json, "node", index);
-    node._userData = m_carried.read(json, kNodeKeys);
+    const kxJsonValue* matrixJson = findMember(json, "matrix");
+    const kxJsonValue* place = matrixJson ? matrixJson : findMember(json, "translation");
+    const bool isFar = place && isFinerThanFloats(*place, kFarTolerance);
+    node._userData = m_carried.read(json, isFar ? kFarNodeKeys : kNodeKeys);
     if (auto* transform = kxCast<kxTransform>(&node))
     {
-        if (findMember(json, "matrix"))
+        if (matrixJson)
         {
             kxMatrix44f matrix;
             readFloatsMember(json, "matrix", matrix.getValue(), 16, where);

@@ -68,6 +68,22 @@ std::string describeVolume(const kxAABox& box)
     return json.str();
 }
 
+// The numbers of a place with all the digits that its file gave them, as long as nobody has moved the node; empty otherwise.
+std::string finePlace(const kxGroup& source, std::string_view key, const float* numbers, size_t count,
+                      const kxGltfCarriedWriter& carried)
+{
+    const kxUserData* userData = source._userData;
+    if (!userData || userData->_extensions.view().find(key) == std::string_view::npos)
+        return {};
+    const std::string text = carried.getUnknown(userData, key);
+    kxJsonDocument document;
+    std::string fault;
+    float rounded[16];
+    const bool isSame = !text.empty() && document.parseCopy(text, fault) &&
+                        readFloats(document.getRoot(), rounded, count) && std::equal(rounded, rounded + count, numbers);
+    return isSame ? text : std::string();
+}
+
 bool isPlain(const kxGroup& source)
 {
     const kxMetaObject* type = source.getMetaObject();
@@ -122,8 +138,12 @@ void kxGltfWriter::writePlace(const kxGltfGraph::Node& node, const kxGltfGraph::
         {
             if (!transform->isIdentity())
             {
+                const float* numbers = transform->_matrix.getValue();
                 m_json.key("matrix");
-                m_json.floats(transform->_matrix.getValue(), 16);
+                if (const std::string fine = finePlace(*transform, "matrix", numbers, 16, m_carried); !fine.empty())
+                    m_json.raw(fine);
+                else
+                    m_json.floats(numbers, 16);
             }
             return;
         }
@@ -135,8 +155,14 @@ void kxGltfWriter::writePlace(const kxGltfGraph::Node& node, const kxGltfGraph::
     }
     if (translation != kxVec3f(0, 0, 0))
     {
+        std::string fine;
+        if (node.source && !(more && more->instance >= 0))
+            fine = finePlace(*node.source, "translation", &translation.x, 3, m_carried);
         m_json.key("translation");
-        m_json.floats(&translation.x, 3);
+        if (fine.empty())
+            m_json.floats(&translation.x, 3);
+        else
+            m_json.raw(fine);
     }
     if (rotation[0] != 0 || rotation[1] != 0 || rotation[2] != 0 || rotation[3] != 1)
     {
@@ -210,6 +236,11 @@ void kxGltfWriter::writeNode(uint32_t index, const uint32_t* children, size_t ch
     const bool carries = node.source && !(more && more->instance >= 0);
     if (m_writesVolumes && carries && node.source->_boundingVolume && !node.source->_boundingVolume->_box.isEmpty())
         own.extras.emplace_back("kxoptVolume", describeVolume(node.source->_boundingVolume->_box));
+    if (carries)
+    {
+        m_carried.skipUnknown("translation");
+        m_carried.skipUnknown("matrix");
+    }
     if (carries || !own.extensions.empty())
         m_carried.write(m_json, carries ? node.source->_userData.get() : nullptr, own);
     m_json.endObject();

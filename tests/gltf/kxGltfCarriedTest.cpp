@@ -3,6 +3,7 @@
 #include "tests/gltf/kxGltfTestTools.h"
 
 #include "interop/gltf/kxGltfInfo.h"
+#include "platform/sg/kxTransform.h"
 
 #include <gmock/gmock.h>
 
@@ -273,6 +274,24 @@ TEST_F(GltfCarried, TexturesAreFollowedWhereverExtensionsUseThem)
     EXPECT_EQ(at("materials/0/extensions/ABC_ink"),
               R"({"layers":[{"inkTexture":{"index":0,"texCoord":2}}],"texture":{"index":0},"index":1})");
     EXPECT_EQ(at("nodes/0/extensions/ABC_sky"), at("materials/0/extensions/ABC_ink"));
+}
+
+TEST_F(GltfCarried, PlacesFarOutKeepTheirDigitsUntilTheyAreMoved)
+{
+    const auto directory = loadText(
+        R"({"asset":{"version":"2.0"},"scenes":[{"nodes":[0,1,2,3]}],"nodes":[{"name":"globe","translation":[4198945.173,-171834.03125,4781268.8]},)"
+        R"({"name":"matrix","matrix":[1,0,0,0,0,1,0,0,0,0,1,0,6378137.21,0,0.1,1]},{"name":"moved","translation":[4198945.173,0,0]},)"
+        R"({"name":"near","translation":[0.123456789012,1000.1,16777216]}]})");
+    ASSERT_TRUE(directory) << m_errors;
+    EXPECT_FALSE(find(rootOf(*directory), "near")->_userData);
+    auto* moved = kxCast<kxTransform>(find(rootOf(*directory), "moved"));
+    moved->setParts(kxVec3f(4198946, 0, 0), moved->_rotation, moved->_scale);
+    ASSERT_TRUE(save(*directory, "out.gltf")) << m_errors;
+    open("out.gltf");
+    EXPECT_EQ(at("nodes/0"), R"({"name":"globe","translation":[4198945.173,-171834.03125,4781268.8]})");
+    EXPECT_EQ(at("nodes/1"), R"({"name":"matrix","matrix":[1,0,0,0,0,1,0,0,0,0,1,0,6378137.21,0,0.1,1]})");
+    EXPECT_EQ(at("nodes/2"), R"({"name":"moved","translation":[4198946,0,0]})");
+    EXPECT_EQ(at("nodes/3/translation"), "[0.12345679,1000.1,16777216]");
 }
 
 } // namespace
