@@ -333,7 +333,8 @@ TEST_F(GltfExport, CopiesFollowTheirOwnJointsAndMoveAll)
 TEST_F(GltfExport, JointsThatGiveNoNodeAreNoSkin)
 {
     auto skin = kxNew<kxSkin>();
-    skin->_joints->append(group<kxMesh>("m", geometry("")));
+    const auto joint = group<kxAttrSet>("set"); // skins do not hold their joints
+    skin->_joints->append(joint);
     auto actor = kxNew<kxActor>();
     actor->_skin = skin;
     actor->appendChild(group<kxMesh>("m", geometry("")));
