@@ -2,6 +2,7 @@
 
 #include "interop/gltf/kxGltfUri.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace Kel::Gltf
@@ -12,9 +13,27 @@ namespace
 
 using Number = unsigned long long; // for messages
 
-constexpr std::string_view kAccessorMembers[] = {"bufferView", "byteOffset", "componentType", "normalized", "count",
-                                                 "type",       "max",        "min",           "sparse",     "name"};
+constexpr std::string_view kAccessorMembers[] = {"bufferView",
+                                                 "byteOffset",
+                                                 "componentType",
+                                                 "normalized",
+                                                 "count",
+                                                 "type",
+                                                 "max",
+                                                 "min",
+                                                 "name",
+                                                 "sparse/count",
+                                                 "sparse/indices/bufferView",
+                                                 "sparse/indices/byteOffset",
+                                                 "sparse/indices/componentType",
+                                                 "sparse/values/bufferView",
+                                                 "sparse/values/byteOffset"};
+constexpr std::string_view kViewMembers[] = {"buffer", "byteOffset", "byteLength", "byteStride", "target", "name"};
+constexpr std::string_view kViewExtensions[] = {"EXT_meshopt_compression", "KHR_meshopt_compression"};
+constexpr std::string_view kBufferMembers[] = {"uri", "byteLength", "name"};
 const kxKnownKeys kAccessorKeys = {"accessor", kAccessorMembers, {}};
+const kxKnownKeys kViewKeys = {"buffer view", kViewMembers, kViewExtensions};
+const kxKnownKeys kBufferKeys = {"buffer", kBufferMembers, kViewExtensions};
 
 struct Type
 {
@@ -101,14 +120,11 @@ bool kxGltfArrays::prepareViews(const kxJsonValue& list)
                                    static_cast<Number>(end - m_buffers[view.buffer].bytes));
         if (!readOptionalCount(list[i], "byteStride", view.stride) || view.stride > kMaxStride)
             return m_faults.refuse("buffer view %u has a byteStride outside of 4 to 252", i);
-        if (const kxJsonValue* extensions = findMember(list[i], "extensions"); extensions && extensions->IsObject())
-            for (auto at = extensions->MemberBegin(); at != extensions->MemberEnd(); ++at)
-            {
-                if (textOf(at->name) == "EXT_meshopt_compression" || textOf(at->name) == "KHR_meshopt_compression")
-                    view.compression = textOf(at->name);
-                else
-                    m_faults.warn("extension of a buffer view is not carried", at->name.GetString());
-            }
+        view.json = &list[i];
+        if (const kxJsonValue* extensions = findMember(list[i], "extensions"))
+            for (const std::string_view name : kViewExtensions)
+                if (findMember(*extensions, name))
+                    view.compression = name;
     }
     return true;
 }
@@ -216,19 +232,17 @@ bool kxGltfArrays::checkSparse(uint32_t index, const Accessor& accessor, uint32_
                            sparse.count * elementBytes);
 }
 
-kxSmartPointer<kxMemoryBlock> kxGltfArrays::readFile(std::string_view uri, const std::string& what, std::string& fault)
+kxSmartPointer<kxMemoryBlock> kxGltfArrays::openFile(std::string_view uri, const std::string& what, std::string& fault,
+                                                     bool& isForbidden) const
 {
     std::string relative;
     const kxUriKind kind = classifyUri(uri, relative);
     const std::string shown(uri.substr(0, 200));
-    if (kind == kxUriKind::OTHER)
+    isForbidden = kind == kxUriKind::OTHER || (kind == kxUriKind::OUTSIDE && !m_options._allowOutside);
+    if (isForbidden)
     {
-        m_faults.refuse("%s is at \"%s\", which is no file", what.c_str(), shown.c_str());
-        return nullptr;
-    }
-    if (kind == kxUriKind::OUTSIDE && !m_options._allowOutside)
-    {
-        m_faults.refuse("%s is at \"%s\", outside the scene's folder", what.c_str(), shown.c_str());
+        fault = kxFormat("%s is at \"%s\", %s", what.c_str(), shown.c_str(),
+                         kind == kxUriKind::OTHER ? "which is no file" : "outside the scene's folder");
         return nullptr;
     }
     const std::string path = relative[0] == '/' ? relative : folderOf(m_faults.getPath()) + relative;
@@ -236,19 +250,38 @@ kxSmartPointer<kxMemoryBlock> kxGltfArrays::readFile(std::string_view uri, const
     return file ? file->getBlock(0, file->getSize()) : nullptr;
 }
 
+kxSmartPointer<kxMemoryBlock> kxGltfArrays::readFile(std::string_view uri, const std::string& what, std::string& fault)
+{
+    bool isForbidden = false;
+    auto bytes = openFile(uri, what, fault, isForbidden);
+    if (isForbidden)
+        m_faults.refuse("%s", fault.c_str());
+    return bytes;
+}
+
 bool kxGltfArrays::resolveBuffer(uint32_t index)
+{
+    std::string fault;
+    return loadBuffer(index, fault) || m_faults.refuse("%s", fault.c_str());
+}
+
+bool kxGltfArrays::loadBuffer(uint32_t index, std::string& fault)
 {
     Buffer& buffer = m_buffers[index];
     if (buffer.data)
         return true;
     const kxJsonValue* uri = findMember(*buffer.json, "uri");
-    std::string fault, mediaType, name;
+    std::string reason, mediaType, name;
+    kxSmartPointer<kxMemoryBlock> data;
     if (uri && !uri->IsString())
-        return m_faults.refuse("buffer %u has a uri that is no text", index);
+    {
+        fault = kxFormat("buffer %u has a uri that is no text", index);
+        return false;
+    }
     if (!uri && m_container.isBinary && index == 0 && m_container.binChunk)
     {
-        buffer.data = m_container.binChunk;
-        if (buffer.data->getSize() > buffer.bytes + 3)
+        data = m_container.binChunk;
+        if (data->getSize() > buffer.bytes + 3)
             m_faults.warn("binary chunk is longer than its buffer", kxFormat("buffer %u", index));
     }
     else if (!uri)
@@ -263,26 +296,40 @@ bool kxGltfArrays::resolveBuffer(uint32_t index)
         return true;
     }
     else if (isDataUri(textOf(*uri)))
-        buffer.data = decodeDataUri(textOf(*uri), mediaType, fault);
+        data = decodeDataUri(textOf(*uri), mediaType, reason);
     else
     {
+        bool isForbidden = false;
         name =
             kxFormat(", \"%.*s\"", static_cast<int>(std::min<size_t>(uri->GetStringLength(), 200)), uri->GetString());
-        buffer.data = readFile(textOf(*uri), kxFormat("buffer %u", index), fault);
+        data = openFile(textOf(*uri), kxFormat("buffer %u", index), reason, isForbidden);
+        if (isForbidden)
+        {
+            fault = reason;
+            return false;
+        }
     }
-    if (!buffer.data)
-        return m_faults.refuse("buffer %u%s: %s", index, name.c_str(), fault.c_str());
-    if (buffer.data->getSize() < buffer.bytes)
-        return m_faults.refuse("buffer %u has %zu bytes, the file says %llu", index, buffer.data->getSize(),
-                               static_cast<Number>(buffer.bytes));
-    m_denseBudget += kDensePerByte * buffer.data->getSize();
+    if (!data)
+    {
+        fault = kxFormat("buffer %u%s: %s", index, name.c_str(), reason.c_str());
+        return false;
+    }
+    if (data->getSize() < buffer.bytes)
+    {
+        fault = kxFormat("buffer %u has %zu bytes, the file says %llu", index, data->getSize(),
+                         static_cast<Number>(buffer.bytes));
+        return false;
+    }
+    buffer.data = data;
+    m_denseBudget += kDensePerByte * data->getSize();
     return true;
 }
 
 const uint8_t* kxGltfArrays::bytesOf(uint32_t index)
 {
-    const View& view = m_views[index];
+    View& view = m_views[index];
     const Buffer& buffer = m_buffers[view.buffer];
+    view.used = true;
     if (!view.compression.empty())
     {
         // The buffer that the view itself names holds the same data uncompressed, where the writer has put them there.
@@ -299,11 +346,74 @@ const uint8_t* kxGltfArrays::bytesOf(uint32_t index)
     return resolveBuffer(view.buffer) ? buffer.data->getData() + view.offset : nullptr;
 }
 
-kxSmartPointer<kxMemoryBlock> kxGltfArrays::getViewBytes(uint32_t view)
+kxSmartPointer<kxMemoryBlock> kxGltfArrays::getViewBytes(uint32_t index)
 {
-    if (view >= m_views.size() || !bytesOf(view))
+    if (index >= m_views.size() || !bytesOf(index))
         return nullptr;
-    return m_buffers[m_views[view].buffer].data->slice(m_views[view].offset, m_views[view].bytes);
+    View& view = m_views[index];
+    if (!view.block)
+        view.block = m_buffers[view.buffer].data->slice(view.offset, view.bytes);
+    return view.block;
+}
+
+kxGltfBufferView* kxGltfArrays::getView(uint32_t index)
+{
+    if (index >= m_views.size())
+        return nullptr;
+    View& view = m_views[index];
+    if (view.object)
+        return view.object;
+    const auto leaveOut = [&](const std::string& reason)
+    {
+        if (!view.used)
+            m_faults.warn("buffer view that only an extension may use is left out",
+                          kxFormat("buffer view %u, %s", index, reason.c_str()));
+        view.used = true;
+        return nullptr;
+    };
+    // A scene can be drawn without these bytes, so what is wrong with them does not refuse the file.
+    std::string fault;
+    const bool inChunk = m_container.isBinary && view.buffer == 0 && m_container.binChunk;
+    if (!findMember(*m_buffers[view.buffer].json, "uri") && !inChunk)
+        return leaveOut(view.compression.empty() ? "its buffer names no file" : std::string(view.compression));
+    if (!loadBuffer(view.buffer, fault))
+        return leaveOut(fault);
+    auto object = kxNew<kxGltfBufferView>();
+    object->_bytes = getViewBytes(index);
+    if (const kxJsonValue* name = findMember(*view.json, "name"); name && name->IsString())
+        object->_name = kxStringRef(textOf(*name));
+    object->_byteStride = static_cast<int32_t>(view.stride);
+    uint32_t target = 0;
+    if (const kxJsonValue* value = findMember(*view.json, "target"); value && readIndex(*value, target))
+        object->_target = static_cast<int32_t>(std::min<uint32_t>(target, INT32_MAX));
+    object->_userData = m_carried.read(*view.json, kViewKeys);
+    view.object = object;
+    return object;
+}
+
+void kxGltfArrays::setViewUsed(uint32_t view)
+{
+    if (view < m_views.size())
+        m_views[view].used = true;
+}
+
+kxSmartPointer<kxUserData> kxGltfArrays::takeBufferData(kxStringRef& name)
+{
+    const auto saysMore = [&](const kxJsonValue& json, const kxKnownKeys& known)
+    { return findMember(json, "name") || m_carried.read(json, known); };
+    for (uint32_t i = 1; i < m_buffers.size(); ++i)
+        if (saysMore(*m_buffers[i].json, kBufferKeys))
+            m_faults.warn("buffers become one, and what is said of this one is not carried", kxFormat("buffer %u", i));
+    for (uint32_t i = 0; i < m_views.size(); ++i)
+        if (!m_views[i].object && saysMore(*m_views[i].json, kViewKeys))
+            m_faults.warn("values are packed anew, and what is said of their buffer view is not carried",
+                          kxFormat("buffer view %u", i));
+    if (m_buffers.empty())
+        return nullptr;
+    const kxJsonValue& first = *m_buffers[0].json;
+    if (const kxJsonValue* value = findMember(first, "name"); value && value->IsString())
+        name = kxStringRef(textOf(*value));
+    return m_carried.read(first, kBufferKeys);
 }
 
 bool kxGltfArrays::takeFromBudget(const std::string& what, uint64_t bytes)

@@ -1,6 +1,7 @@
 // Buffers, buffer views and accessors of a file being read, as vertex arrays over the mapped bytes.
 #pragma once
 
+#include "interop/gltf/kxGltfBufferView.h"
 #include "interop/gltf/kxGltfCarried.h"
 #include "interop/gltf/kxGltfContainer.h"
 #include "platform/attrs/kxVertexArray.h"
@@ -39,6 +40,16 @@ public:
     /// Bytes of a buffer view; null, with the file refused, when they are not there, null without a refusal for an index out
     /// of range.
     kxSmartPointer<kxMemoryBlock> getViewBytes(uint32_t view);
+    /// A buffer view as a thing to be carried, the same object every time; null for an index out of range and, with a
+    /// warning, where its bytes are not there.
+    kxGltfBufferView* getView(uint32_t view);
+    uint32_t getViewCount() const { return static_cast<uint32_t>(m_views.size()); }
+    /// True once something has asked for bytes of the view, or they are known to be of no use to anybody else.
+    bool isViewUsed(uint32_t view) const { return m_views[view].used; }
+    void setViewUsed(uint32_t view);
+    /// Name, extras and extensions of the first buffer. Those of the others, and of buffer views that are not carried as
+    /// such, go with the packing of the data; there is a warning. Call when all else has been read.
+    kxSmartPointer<kxUserData> takeBufferData(kxStringRef& name);
 
     /// Bytes of a file that a URI of the scene names; null, with the reason, when it may not or cannot be read. A URI that
     /// may not be followed refuses the file.
@@ -59,6 +70,10 @@ private:
         uint64_t bytes = 0;
         uint64_t stride = 0; // 0: not given
         std::string_view compression;
+        const kxJsonValue* json = nullptr;
+        bool used = false;
+        kxSmartPointer<kxMemoryBlock> block; // the bytes as a whole, once asked for
+        kxSmartPointer<kxGltfBufferView> object;
     };
     struct Accessor
     {
@@ -85,6 +100,9 @@ private:
     bool checkSparse(uint32_t index, const Accessor& accessor, uint32_t elementBytes);
     bool checkWithinView(const std::string& what, uint32_t view, uint64_t offset, uint64_t needed);
     bool resolveBuffer(uint32_t buffer);
+    bool loadBuffer(uint32_t buffer, std::string& fault);
+    kxSmartPointer<kxMemoryBlock> openFile(std::string_view uri, const std::string& what, std::string& fault,
+                                           bool& isForbidden) const;
     const uint8_t* bytesOf(uint32_t view);
     bool loadBlock(uint32_t index);
     bool applySparse(uint32_t index, uint32_t elementBytes, uint8_t* target);

@@ -3,11 +3,14 @@
 //
 // The text of an extension stays JSON. A reference to a numbered thing becomes {"$ref": n}, a JSON pointer to one
 // {"$ref": n, "rest": "/translation"}; n counts the references of the user data. Keys that begin with '$' get one more of
-// it. Properties outside of extensions that the format does not define travel as those of an extension without a name.
+// it. Properties outside of extensions that the format does not define travel as those of an extension without a name; what
+// is unknown within objects that become fields, such as the extras of an extension that is understood, as those of an
+// extension "+", by the path of the object. Extras are plain text, but for those that name buffer views or accessors: these
+// stand there too.
 #pragma once
 
 #include "interop/gltf/kxGltfFaults.h"
-#include "interop/gltf/kxGltfObjects.h"
+#include "interop/gltf/kxGltfReferences.h"
 #include "platform/core/kxUserData.h"
 
 #include <set>
@@ -17,7 +20,8 @@
 namespace Kel::Gltf
 {
 
-/// The properties and extensions of one kind of JSON object that the reader turns into fields.
+/// The properties and extensions of one kind of JSON object that the reader turns into fields. "spot" is known with all that is
+/// in it, "spot/innerConeAngle" is one property of an object whose others are carried.
 struct kxKnownKeys
 {
     const char* place; ///< "node", "material" and so on
@@ -40,10 +44,8 @@ public:
     /// Objects that extensions refer to, each once, in the order met.
     const std::vector<kxObject*>& getReferenced() const { return m_referenced; }
 
-    /// Warns, once for each name, of an extension that is carried as it is although it may hold indices.
-    void warnOfIndices(std::string_view name, const kxJsonValue& extension);
-    /// True when an extension is known to hold references, or holds JSON pointers.
-    static bool holdsReferences(std::string_view name, const kxJsonValue& extension);
+    /// Warns, once for each name, of an extension that is carried as it is although it may hold indices besides the marked.
+    void warnOfIndices(std::string_view name, const kxJsonValue& extension, const kxGltfMarks& marks = kxGltfMarks());
 
 private:
     struct Pending
@@ -52,9 +54,8 @@ private:
         const kxJsonValue* object;
         const kxKnownKeys* known;
     };
-    using Marks = std::unordered_map<const kxJsonValue*, kxGltfKind>;
 
-    void write(kxJsonText& json, const kxJsonValue& value, const Marks& marks, kxUserData& userData);
+    void write(kxJsonText& json, const kxJsonValue& value, const kxGltfMarks& marks, kxUserData& userData);
     bool writeReference(kxJsonText& json, kxGltfKind kind, uint32_t index, const std::string_view* rest,
                         kxUserData& userData);
 
@@ -85,6 +86,10 @@ public:
     };
     /// Writes "extensions", "extras" and unknown properties into the object that is open.
     void write(kxJsonText& json, const kxUserData* userData, const Own& own = Own());
+    /// Writes what is carried of an object within, such as "sparse/values", into that object, which is open.
+    void writeInner(kxJsonText& json, const kxUserData* userData, std::string_view path);
+    /// True when something is carried of the object at `path` or of one within it.
+    static bool hasInner(const kxUserData* userData, std::string_view path);
     /// Unknown property of that name as JSON text, empty when there is none; `write` writes only those that are not asked for
     /// here first.
     std::string getUnknown(const kxUserData* userData, std::string_view name) const;
@@ -97,6 +102,7 @@ public:
 
 private:
     void writeLinked(kxJsonText& json, const kxJsonValue& value, const kxUserData& userData);
+    void writeMembers(kxJsonText& json, const kxJsonValue& object, const kxUserData& userData);
 
     IndexOf m_indexOf;
     std::set<std::string, std::less<>> m_used;

@@ -11,10 +11,13 @@ namespace Kel::Gltf
 namespace
 {
 
-uint64_t alignUp(uint64_t offset)
+uint64_t alignUp(uint64_t offset, uint64_t alignment = 4)
 {
-    return (offset + 3) & ~uint64_t(3);
+    return (offset + alignment - 1) & ~(alignment - 1);
 }
+
+// Whoever reads what is carried may take numbers of eight bytes from it.
+constexpr uint64_t kCarriedAlignment = 8;
 
 bool isZero(const uint8_t* bytes, uint32_t count)
 {
@@ -73,9 +76,9 @@ uint32_t kxGltfData::viewFor(Use use, uint32_t stride)
 {
     // Few: one for each use, and for vertices one for each stride.
     for (uint32_t i = 0; i < m_views.size(); ++i)
-        if (m_views[i].use == use && m_views[i].stride == stride && !m_views[i].image)
+        if (m_views[i].use == use && m_views[i].stride == stride && !m_views[i].block)
             return i;
-    m_views.push_back({use, stride, 0, 0, {}, nullptr});
+    m_views.push_back({use, stride, 0, 0, {}, nullptr, nullptr});
     return static_cast<uint32_t>(m_views.size() - 1);
 }
 
@@ -96,7 +99,8 @@ bool kxGltfData::makeSparse(Accessor& accessor)
     const uint32_t indexBytes = last < 0x100 ? 1 : last < 0x10000 ? 2 : 4;
     const uint64_t dense = static_cast<uint64_t>(array._count) * elementBytes;
     if (array._count == 0 || last > UINT32_MAX ||
-        alignUp(count * indexBytes) + alignUp(count * elementBytes) + kSparseTextBytes >= dense)
+        (alignUp(count * indexBytes) + alignUp(count * elementBytes) + kSparseTextBytes >= dense &&
+         !kxGltfCarriedWriter::hasInner(array._userData, "sparse")))
         return false;
     accessor.sparseCount = static_cast<uint32_t>(count);
     accessor.sparseIndexType = indexBytes == 1 ? 5121 : indexBytes == 2 ? 5123 : 5125;
@@ -146,12 +150,50 @@ uint32_t kxGltfData::addArray(const kxVertexArray* array, Use use, bool needsBou
     return number;
 }
 
+uint32_t kxGltfData::addBlock(Use use, kxMemoryBlock* bytes)
+{
+    const auto [at, isNew] = m_blocks.emplace(bytes, static_cast<uint32_t>(m_views.size()));
+    if (isNew)
+        m_views.push_back({use, 0, bytes->getSize(), 0, {}, bytes, nullptr});
+    return at->second;
+}
+
 uint32_t kxGltfData::addImage(kxMemoryBlock* bytes)
 {
-    const auto [at, isNew] = m_images.emplace(bytes, static_cast<uint32_t>(m_views.size()));
-    if (isNew)
-        m_views.push_back({IMAGE, 0, bytes->getSize(), 0, {}, bytes});
-    return at->second;
+    return addBlock(IMAGE, bytes);
+}
+
+uint32_t kxGltfData::addView(const kxGltfBufferView* view)
+{
+    if (!view->_bytes)
+    {
+        m_fault = "a carried buffer view has no bytes";
+        return 0;
+    }
+    const uint32_t number = addBlock(CARRIED, view->_bytes);
+    if (!m_views[number].carried)
+        m_views[number].carried = view;
+    return number;
+}
+
+// What is said of arrays and buffer views may refer to more of them, which have to be there before the lists are written.
+void kxGltfData::addReferred()
+{
+    const auto add = [&](const kxUserData* userData)
+    {
+        for (uint32_t i = 0; userData && i < userData->getReferenceCount(); ++i)
+            if (const auto* array = kxCast<kxVertexArray>(userData->getReference(i)))
+                addArray(array, OTHER, false);
+            else if (const auto* view = kxCast<kxGltfBufferView>(userData->getReference(i)))
+                addView(view);
+    };
+    for (size_t array = 0, view = 0; array < m_accessors.size() || view < m_views.size();)
+    {
+        if (array < m_accessors.size())
+            add(m_accessors[array++].array->_userData);
+        else if (const kxGltfBufferView* carried = m_views[view++].carried)
+            add(carried->_userData);
+    }
 }
 
 void kxGltfData::writeBounds(kxJsonText& json, const kxVertexArray& array) const
@@ -185,6 +227,7 @@ void kxGltfData::writeBounds(kxJsonText& json, const kxVertexArray& array) const
 
 void kxGltfData::writeLists(kxJsonText& json, kxGltfCarriedWriter& carried)
 {
+    addReferred();
     if (!m_accessors.empty())
     {
         json.key("accessors");
@@ -210,7 +253,7 @@ void kxGltfData::writeLists(kxJsonText& json, kxGltfCarriedWriter& carried)
         }
         json.member("count", static_cast<uint64_t>(array._count));
         json.member("type", std::string_view(typeName(array)));
-        if (accessor.hasBounds && !array._matrix)
+        if (accessor.hasBounds && (!array._matrix || array._componentType == kxComponentType::FLOAT32))
             writeBounds(json, array);
         if (accessor.sparseCount)
         {
@@ -222,12 +265,15 @@ void kxGltfData::writeLists(kxJsonText& json, kxGltfCarriedWriter& carried)
             json.member("bufferView", uint64_t(viewFor(SPARSE_INDICES, 0)));
             json.member("byteOffset", accessor.sparseIndexOffset);
             json.member("componentType", uint64_t(accessor.sparseIndexType));
+            carried.writeInner(json, array._userData, "sparse/indices");
             json.endObject();
             json.key("values");
             json.beginObject();
             json.member("bufferView", uint64_t(viewFor(SPARSE_VALUES, 0)));
             json.member("byteOffset", accessor.sparseValueOffset);
+            carried.writeInner(json, array._userData, "sparse/values");
             json.endObject();
+            carried.writeInner(json, array._userData, "sparse");
             json.endObject();
         }
         carried.write(json, array._userData);
@@ -243,9 +289,11 @@ void kxGltfData::writeLists(kxJsonText& json, kxGltfCarriedWriter& carried)
     json.beginArray();
     for (View& view : m_views)
     {
-        view.offset = m_byteCount;
-        m_byteCount = alignUp(m_byteCount + view.bytes);
+        view.offset = alignUp(m_byteCount, view.carried ? kCarriedAlignment : 4);
+        m_byteCount = alignUp(view.offset + view.bytes);
         json.beginObject();
+        if (view.carried && !view.carried->_name.isEmpty())
+            json.member("name", view.carried->_name.view());
         json.member("buffer", uint64_t(0));
         if (view.offset)
             json.member("byteOffset", view.offset);
@@ -254,6 +302,14 @@ void kxGltfData::writeLists(kxJsonText& json, kxGltfCarriedWriter& carried)
             json.member("byteStride", uint64_t(view.stride));
         if (view.use == VERTICES || view.use == INDICES)
             json.member("target", uint64_t(view.use == VERTICES ? 34962 : 34963));
+        if (view.carried)
+        {
+            if (view.carried->_byteStride)
+                json.member("byteStride", static_cast<uint64_t>(view.carried->_byteStride));
+            if (view.carried->_target)
+                json.member("target", static_cast<uint64_t>(view.carried->_target));
+            carried.write(json, view.carried->_userData);
+        }
         json.endObject();
     }
     json.endArray();
@@ -313,7 +369,7 @@ bool kxGltfData::writeSparsePart(const Accessor& accessor, bool indices,
 
 bool kxGltfData::writeBytes(const std::function<bool(const void*, uint64_t)>& write) const
 {
-    static constexpr uint8_t kZeros[4] = {};
+    static constexpr uint8_t kZeros[kCarriedAlignment] = {};
     uint64_t written = 0;
     auto put = [&](const void* bytes, uint64_t count)
     {
@@ -323,7 +379,9 @@ bool kxGltfData::writeBytes(const std::function<bool(const void*, uint64_t)>& wr
     auto fillUp = [&] { return put(kZeros, alignUp(written) - written); };
     for (const View& view : m_views)
     {
-        if (view.image && !put(view.image->getData(), view.image->getSize()))
+        if (!put(kZeros, view.offset - written))
+            return false;
+        if (view.block && !put(view.block->getData(), view.block->getSize()))
             return false;
         for (const uint32_t number : view.accessors)
         {

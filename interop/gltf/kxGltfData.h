@@ -1,6 +1,7 @@
 // The binary part of a file being written: vertex data and embedded images, packed into buffer views.
 #pragma once
 
+#include "interop/gltf/kxGltfBufferView.h"
 #include "interop/gltf/kxGltfCarried.h"
 #include "platform/attrs/kxVertexArray.h"
 #include "platform/core/kxTSerialMap.h"
@@ -24,7 +25,8 @@ public:
         OTHER,
         SPARSE_INDICES,
         SPARSE_VALUES,
-        IMAGE
+        IMAGE,
+        CARRIED
     };
 
     /// Number of the accessor of an array; arrays with the same bytes and the same use share one. With `needsBounds` the
@@ -34,6 +36,8 @@ public:
     const std::string& getFault() const { return m_fault; }
     /// Number of the buffer view of an image's bytes.
     uint32_t addImage(kxMemoryBlock* bytes);
+    /// Number of a buffer view that is carried; one whose bytes are those of an image is the same.
+    uint32_t addView(const kxGltfBufferView* view);
 
     /// Writes "accessors" and "bufferViews" into the root object. Call after everything was added.
     void writeLists(kxJsonText& json, kxGltfCarriedWriter& carried);
@@ -61,7 +65,8 @@ private:
         uint64_t bytes = 0;
         uint64_t offset = 0;
         std::vector<uint32_t> accessors;
-        kxSmartPointer<kxMemoryBlock> image;
+        kxSmartPointer<kxMemoryBlock> block; // of an image, or carried
+        kxSmartPointer<const kxGltfBufferView> carried;
     };
     struct Key
     {
@@ -78,6 +83,8 @@ private:
         size_t operator()(const Key& key) const;
     };
 
+    void addReferred();
+    uint32_t addBlock(Use use, kxMemoryBlock* bytes);
     uint32_t viewFor(Use use, uint32_t stride);
     bool makeSparse(Accessor& accessor);
     void writeBounds(kxJsonText& json, const kxVertexArray& array) const;
@@ -89,7 +96,7 @@ private:
     std::vector<Accessor> m_accessors;
     std::vector<View> m_views;
     std::unordered_map<Key, uint32_t, KeyHash> m_byKey;
-    std::unordered_map<const kxMemoryBlock*, uint32_t> m_images;
+    std::unordered_map<const kxMemoryBlock*, uint32_t> m_blocks; // views of blocks that are written as they are
     uint64_t m_byteCount = 0;
     std::string m_fault;
 };

@@ -25,6 +25,9 @@ void kxGltfInfo::listFields(kxFields<kxGltfInfo>& fields)
     fields.add(&kxGltfInfo::_unusedImages, "_unusedImages", "images that no texture uses");
     fields.add(&kxGltfInfo::_unusedLights, "_unusedLights", "lights that no node places");
     fields.add(&kxGltfInfo::_unusedArrays, "_unusedArrays", "values that nothing uses");
+    fields.add(&kxGltfInfo::_unusedViews, "_unusedViews", "bytes that nothing is known to use");
+    fields.add(&kxGltfInfo::_bufferName, "_bufferName", "name of the first buffer");
+    fields.add(&kxGltfInfo::_bufferUserData, "_bufferUserData", "what the file says of its first buffer beyond that");
 }
 
 } // namespace Kel::Gltf

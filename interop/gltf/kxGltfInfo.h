@@ -1,6 +1,7 @@
 // What a glTF file holds beside its scenes.
 #pragma once
 
+#include "interop/gltf/kxGltfBufferView.h"
 #include "platform/attrs/kxLightAttr.h"
 #include "platform/attrs/kxVertexArray.h"
 #include "platform/core/kxInfo.h"
@@ -35,6 +36,9 @@ class kxGltfInfo : public kxInfo
     kxSmartPointer<kxImageList> _unusedImages = kxNew<kxImageList>();
     kxSmartPointer<kxLightAttrList> _unusedLights = kxNew<kxLightAttrList>();
     kxSmartPointer<kxVertexArrayList> _unusedArrays = kxNew<kxVertexArrayList>();
+    kxSmartPointer<kxGltfBufferViewList> _unusedViews = kxNew<kxGltfBufferViewList>();
+    kxStringRef _bufferName; ///< of the first buffer; all are one when they are written
+    kxSmartPointer<kxUserData> _bufferUserData;
 };
 
 } // namespace Kel::Gltf

@@ -5,6 +5,8 @@
 #include <rapidjson/error/en.h>
 #include <rapidjson/reader.h>
 
+#include <algorithm>
+#include <climits>
 #include <cmath>
 #include <cstring>
 
@@ -14,11 +16,33 @@ namespace Kel::Gltf
 namespace
 {
 
-// Hands the parser's events to the document and ends the parsing where brackets nest too deep.
-class DepthGuard
+// A number of up to 17 digits is told apart from others by its nearest double; one with more may not be.
+bool hasManyDigits(const char* number, size_t& length)
+{
+    constexpr size_t kDigits = 17;
+    size_t digits = 0;
+    bool inExponent = false;
+    const char* at = number;
+    for (; *at == '-' || *at == '+' || *at == '.' || *at == 'e' || *at == 'E' || (*at >= '0' && *at <= '9'); ++at)
+    {
+        inExponent |= *at == 'e' || *at == 'E';
+        const bool isLeading = digits == 0 && *at == '0';
+        digits += !inExponent && *at >= '0' && *at <= '9' && !isLeading;
+    }
+    length = static_cast<size_t>(at - number);
+    return digits > kDigits;
+}
+
+// Hands the parser's events to the document and ends the parsing where brackets nest too deep. Numbers of extras that a
+// double cannot hold stay text.
+class EventGuard
 {
 public:
-    DepthGuard(rapidjson::Document& document, unsigned depth) : m_document(document), m_depth(depth) {}
+    EventGuard(rapidjson::Document& document, const rapidjson::InsituStringStream& stream, unsigned depth,
+               bool inExtras)
+        : m_document(document), m_stream(stream), m_depth(depth), m_extrasDepth(inExtras ? 0 : kNone)
+    {
+    }
 
     bool Null() { return m_document.Null(); }
     bool Bool(bool b) { return m_document.Bool(b); }
@@ -26,18 +50,39 @@ public:
     bool Uint(unsigned i) { return m_document.Uint(i); }
     bool Int64(int64_t i) { return m_document.Int64(i); }
     bool Uint64(uint64_t i) { return m_document.Uint64(i); }
-    bool Double(double d) { return m_document.Double(d); }
+    bool Double(double d)
+    {
+        // The parser reads on in a copy of the stream, which itself still stands at the number.
+        size_t length = 0;
+        if (m_depth >= m_extrasDepth && hasManyDigits(m_stream.src_, length))
+            return m_document.String(m_stream.src_, static_cast<rapidjson::SizeType>(length), false);
+        return m_document.Double(d);
+    }
     bool RawNumber(const char* s, rapidjson::SizeType n, bool copy) { return m_document.RawNumber(s, n, copy); }
     bool String(const char* s, rapidjson::SizeType n, bool copy) { return m_document.String(s, n, copy); }
-    bool Key(const char* s, rapidjson::SizeType n, bool copy) { return m_document.Key(s, n, copy); }
+    bool Key(const char* s, rapidjson::SizeType n, bool copy)
+    {
+        // The next key of the object ends the extras.
+        if (m_depth <= m_extrasDepth || m_extrasDepth == kNone)
+            m_extrasDepth = std::string_view(s, n) == "extras" ? m_depth : kNone;
+        return m_document.Key(s, n, copy);
+    }
     bool StartObject() { return ++m_depth <= kxJsonDocument::kMaxDepth && m_document.StartObject(); }
-    bool EndObject(rapidjson::SizeType n) { return --m_depth, m_document.EndObject(n); }
+    bool EndObject(rapidjson::SizeType n)
+    {
+        if (--m_depth < m_extrasDepth)
+            m_extrasDepth = kNone;
+        return m_document.EndObject(n);
+    }
     bool StartArray() { return ++m_depth <= kxJsonDocument::kMaxDepth && m_document.StartArray(); }
     bool EndArray(rapidjson::SizeType n) { return --m_depth, m_document.EndArray(n); }
 
 private:
+    static constexpr unsigned kNone = UINT_MAX;
     rapidjson::Document& m_document;
+    const rapidjson::InsituStringStream& m_stream;
     unsigned m_depth;
+    unsigned m_extrasDepth; // depth of the object whose extras are read
 };
 
 // Parses one value and stops behind it.
@@ -45,6 +90,7 @@ struct Generator
 {
     char* text;
     unsigned depth;
+    bool inExtras;
     rapidjson::Reader& reader;
     rapidjson::ParseResult result{};
     size_t end = 0;
@@ -54,7 +100,7 @@ struct Generator
         constexpr unsigned kFlags = rapidjson::kParseInsituFlag | rapidjson::kParseIterativeFlag |
                                     rapidjson::kParseFullPrecisionFlag | rapidjson::kParseStopWhenDoneFlag;
         rapidjson::InsituStringStream stream(text);
-        DepthGuard guard(document, depth);
+        EventGuard guard(document, stream, depth, inExtras);
         result = reader.Parse<kFlags>(stream, guard);
         end = stream.Tell();
         return !result.IsError();
@@ -151,7 +197,7 @@ bool kxJsonDocument::parse(std::unique_ptr<char[]> text, size_t byteCount, std::
 
 bool kxJsonDocument::parseValue(char*& at, rapidjson::Document& target, unsigned depth, std::string& fault)
 {
-    Generator generator{at, depth, m_reader};
+    Generator generator{at, depth, m_isExtras, m_reader};
     target.Populate(generator);
     if (!generator.result.IsError())
     {
@@ -241,6 +287,14 @@ bool kxJsonDocument::parseList(char*& at, const Listener& listener, std::string&
     return true;
 }
 
+bool kxJsonDocument::parseExtras(std::string_view text, std::string& fault)
+{
+    m_isExtras = true;
+    const bool done = parseCopy(text, fault);
+    m_isExtras = false;
+    return done;
+}
+
 bool kxJsonDocument::parseCopy(std::string_view text, std::string& fault)
 {
     auto copy = std::make_unique_for_overwrite<char[]>(text.size() + kBehindText);
@@ -300,6 +354,17 @@ bool readFloats(const kxJsonValue& value, float* numbers, size_t count)
     return true;
 }
 
+bool isFinerThanFloats(const kxJsonValue& value, double tolerance)
+{
+    return value.IsArray() && std::any_of(value.Begin(), value.End(),
+                                          [&](const kxJsonValue& element)
+                                          {
+                                              float rounded;
+                                              return readFloat(element, rounded) &&
+                                                     std::abs(element.GetDouble() - rounded) > tolerance;
+                                          });
+}
+
 void writeValue(kxJsonText& json, const kxJsonValue& value)
 {
     // Calls itself once for each level; the parser has seen to it that there are few.
@@ -308,7 +373,7 @@ void writeValue(kxJsonText& json, const kxJsonValue& value)
     case rapidjson::kNullType: json.null(); break;
     case rapidjson::kFalseType: json.boolean(false); break;
     case rapidjson::kTrueType: json.boolean(true); break;
-    case rapidjson::kStringType: json.string(textOf(value)); break;
+    case rapidjson::kStringType: isLongNumber(value) ? json.raw(textOf(value)) : json.string(textOf(value)); break;
     case rapidjson::kNumberType:
         if (value.IsUint64())
             json.unsignedInteger(value.GetUint64());

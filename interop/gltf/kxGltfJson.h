@@ -42,6 +42,8 @@ public:
     bool parse(std::unique_ptr<char[]> text, size_t byteCount, std::string& fault, const Listener* listener = nullptr);
     /// Parses a copy.
     bool parseCopy(std::string_view text, std::string& fault);
+    /// Parses a copy of what stood in extras, where numbers keep all of their digits.
+    bool parseExtras(std::string_view text, std::string& fault);
 
     const kxJsonValue& getRoot() const { return m_root; }
 
@@ -54,6 +56,7 @@ private:
     std::unique_ptr<char[]> m_text;
     const char* m_begin = nullptr;
     const char* m_end = nullptr;
+    bool m_isExtras = false;
     rapidjson::Reader m_reader;
     std::unique_ptr<rapidjson::MemoryPoolAllocator<>> m_pool;
     kxJsonValue m_root;
@@ -63,6 +66,13 @@ private:
 inline std::string_view textOf(const kxJsonValue& string)
 {
     return {string.GetString(), string.GetStringLength()};
+}
+
+/// A number below the key "extras" that no double tells apart from its neighbours: a string for all who do not ask here, its
+/// text the digits. It is what does not end with a zero, because the text goes on behind it.
+inline bool isLongNumber(const kxJsonValue& value)
+{
+    return value.IsString() && value.GetString()[value.GetStringLength()] != '\0';
 }
 
 /// Member of an object; null when there is none and when `object` is none.
@@ -76,6 +86,9 @@ bool readCount(const kxJsonValue& value, uint64_t& count);
 bool readFloat(const kxJsonValue& value, float& number);
 /// An array of exactly `count` such numbers.
 bool readFloats(const kxJsonValue& value, float* numbers, size_t count);
+
+/// True when a number of the array is further than `tolerance` from the nearest float.
+bool isFinerThanFloats(const kxJsonValue& value, double tolerance);
 
 /// Writes a value as JSON text, numbers as short as they read back exactly.
 void writeValue(kxJsonText& json, const kxJsonValue& value);

@@ -1,5 +1,6 @@
 #include "interop/gltf/kxGltfObjects.h"
 
+#include "interop/gltf/kxGltfBufferView.h"
 #include "platform/attrs/kxLightAttr.h"
 #include "platform/attrs/kxMaterialAttr.h"
 #include "platform/attrs/kxTextureAttr.h"
@@ -22,9 +23,9 @@ namespace
 {
 
 constexpr std::string_view kPrefixes[kGltfKindCount] = {
-    "/scenes/",   "/nodes/",      "/meshes/",   "/materials/",
-    "/textures/", "/images/",     "/cameras/",  "/extensions/KHR_lights_punctual/lights/",
-    "/skins/",    "/animations/", "/accessors/"};
+    "/scenes/",   "/nodes/",      "/meshes/",    "/materials/",
+    "/textures/", "/images/",     "/cameras/",   "/extensions/KHR_lights_punctual/lights/",
+    "/skins/",    "/animations/", "/accessors/", "/bufferViews/"};
 
 } // namespace
 
@@ -41,7 +42,7 @@ kxGltfKind kindOf(const kxObject* object)
         kxSceneInfo::staticMetaObject(),    kxGroup::staticMetaObject(),       kxMesh::staticMetaObject(),
         kxMaterialAttr::staticMetaObject(), kxTextureAttr::staticMetaObject(), kxImage::staticMetaObject(),
         kxCamera::staticMetaObject(),       kxLightAttr::staticMetaObject(),   kxSkin::staticMetaObject(),
-        kxAnimation::staticMetaObject(),    kxVertexArray::staticMetaObject()};
+        kxAnimation::staticMetaObject(),    kxVertexArray::staticMetaObject(), kxGltfBufferView::staticMetaObject()};
     if (object->isOfType(kxMesh::staticMetaObject()))
         return kxGltfKind::MESH; // a group, but not a node of the file
     for (size_t kind = 0; kind < kGltfKindCount; ++kind)

@@ -25,6 +25,7 @@ enum class kxGltfKind : uint32_t
     SKIN,
     ANIMATION,
     ACCESSOR,
+    BUFFER_VIEW,
     COUNT
 };
 constexpr size_t kGltfKindCount = static_cast<size_t>(kxGltfKind::COUNT);
@@ -41,13 +42,15 @@ bool splitPointer(std::string_view text, kxGltfKind& kind, uint32_t& index, std:
 struct kxGltfObjects
 {
     std::array<std::vector<kxObject*>, kGltfKindCount> lists;
-    /// Makes the object of an accessor when one is asked for.
-    std::function<kxObject*(uint32_t)> loadAccessor;
+    /// Make the object of an accessor or a buffer view when one is asked for.
+    std::function<kxObject*(uint32_t)> loadAccessor, loadBufferView;
 
     kxObject* find(kxGltfKind kind, uint32_t index) const
     {
         if (kind == kxGltfKind::ACCESSOR)
             return loadAccessor ? loadAccessor(index) : nullptr;
+        if (kind == kxGltfKind::BUFFER_VIEW)
+            return loadBufferView ? loadBufferView(index) : nullptr;
         const auto& list = lists[static_cast<size_t>(kind)];
         return index < list.size() ? list[index] : nullptr;
     }

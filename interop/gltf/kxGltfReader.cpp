@@ -26,7 +26,7 @@ constexpr std::string_view kRootMembers[] = {"asset",
                                              "cameras",
                                              "extensionsUsed",
                                              "extensionsRequired"};
-constexpr std::string_view kRootExtensions[] = {"KHR_lights_punctual"};
+constexpr std::string_view kRootExtensions[] = {"KHR_lights_punctual/lights"};
 const kxKnownKeys kRootKeys = {"file", kRootMembers, kRootExtensions};
 
 /// Extensions without which nothing can be drawn, and for which there is no decoder here.
@@ -86,6 +86,7 @@ bool kxGltfReader::readAll()
     if (!checkVersion(root) || !checkExtensions(root) || !m_arrays.prepare())
         return false;
     m_objects.loadAccessor = [this](uint32_t index) { return m_arrays.get(index, "VALUES"); };
+    m_objects.loadBufferView = [this](uint32_t index) { return m_arrays.getView(index); };
     m_info->_userData = m_carried.read(root, kRootKeys);
     // Nodes are made before all that refers to them; what they refer to is made before they are filled.
     if (!readImages() || !readTextures() || !readMaterials() || !readCameras() || !readLights() || !makeNodes() ||
@@ -93,7 +94,8 @@ bool kxGltfReader::readAll()
         return false;
     m_carried.finish();
     for (kxObject* object : m_carried.getReferenced())
-        lock(object, "extension");
+        if (kindOf(object) != kxGltfKind::BUFFER_VIEW)
+            lock(object, "extension");
     finishInfo();
     return !m_faults.isRefused();
 }
@@ -225,15 +227,6 @@ void kxGltfReader::readFloatsMember(const kxJsonValue& object, const char* key, 
         m_faults.warn("property is not a usable list of numbers and keeps its default", where + ", " + key);
 }
 
-void kxGltfReader::warnOthers(const kxJsonValue& object, std::initializer_list<std::string_view> known,
-                              const std::string& where)
-{
-    if (object.IsObject())
-        for (auto at = object.MemberBegin(); at != object.MemberEnd(); ++at)
-            if (std::find(known.begin(), known.end(), textOf(at->name)) == known.end())
-                m_faults.warn("property is not carried", where + ", " + at->name.GetString());
-}
-
 void kxGltfReader::lock(kxObject* object, kxStringRef reason)
 {
     bool& locked = m_locked[object];
@@ -289,7 +282,13 @@ void kxGltfReader::finishInfo()
                 return;
             m_info->_unusedArrays->append(array);
         }
-    m_carried.finish(); // of the unused things
+    m_carried.finish(); // of the unused things, which may bring buffer views into use
+    for (uint32_t i = 0; i < m_arrays.getViewCount(); ++i)
+        if (!m_arrays.isViewUsed(i))
+            if (kxGltfBufferView* view = m_arrays.getView(i))
+                m_info->_unusedViews->append(view);
+    m_info->_bufferUserData = m_arrays.takeBufferData(m_info->_bufferName);
+    m_carried.finish();
 }
 
 } // namespace Kel::Gltf

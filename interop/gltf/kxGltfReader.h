@@ -83,7 +83,6 @@ private:
     void readFloatMember(const kxJsonValue& object, const char* key, float& number, const std::string& where);
     void readFloatsMember(const kxJsonValue& object, const char* key, float* numbers, size_t count,
                           const std::string& where);
-    void warnOthers(const kxJsonValue& object, std::initializer_list<std::string_view> known, const std::string& where);
     void lock(kxObject* object, kxStringRef reason);
     void finishInfo();
 

@@ -21,24 +21,18 @@ constexpr std::string_view kMaterialMembers[] = {
 constexpr std::string_view kPlainUse[] = {"index", "texCoord"};
 constexpr std::string_view kScaledUse[] = {"index", "texCoord", "scale"};
 constexpr std::string_view kStrengthUse[] = {"index", "texCoord", "strength"};
-constexpr std::string_view kUseExtensions[] = {"KHR_texture_transform"};
+constexpr std::string_view kUseExtensions[] = {"KHR_texture_transform/offset", "KHR_texture_transform/scale",
+                                               "KHR_texture_transform/rotation", "KHR_texture_transform/texCoord"};
+constexpr std::string_view kTextureExtensions[] = {"EXT_texture_webp/source", "KHR_texture_basisu/source",
+                                                   "MSFT_texture_dds/source", "EXT_texture_avif/source"};
+static_assert(std::size(kTextureExtensions) == std::size(kImageSourceExtensions));
 
 const kxKnownKeys kImageKeys = {"image", kImageMembers, {}};
 const kxKnownKeys kSamplerKeys = {"sampler", kSamplerMembers, {}};
-const kxKnownKeys kTextureKeys = {"texture", kTextureMembers, kImageSourceExtensions};
+const kxKnownKeys kTextureKeys = {"texture", kTextureMembers, kTextureExtensions};
 const kxKnownKeys kPlainUseKeys = {"texture use", kPlainUse, kUseExtensions};
 const kxKnownKeys kScaledUseKeys = {"texture use", kScaledUse, kUseExtensions};
 const kxKnownKeys kStrengthUseKeys = {"texture use", kStrengthUse, kUseExtensions};
-
-bool isTextureUse(std::string_view key, const kxJsonValue& value)
-{
-    constexpr std::string_view kSuffix = "Texture";
-    uint32_t index;
-    if (key.size() < kSuffix.size() || key.substr(key.size() - kSuffix.size()) != kSuffix)
-        return false;
-    const kxJsonValue* named = findMember(value, "index");
-    return named && readIndex(*named, index);
-}
 
 } // namespace
 
@@ -149,7 +143,6 @@ bool kxGltfReader::readTextures()
         for (const std::string_view name : kImageSourceExtensions)
             if (const kxJsonValue* extension = extensions ? findMember(*extensions, name) : nullptr)
             {
-                warnOthers(*extension, {"source"}, where + ", " + std::string(name));
                 if (!readReference(*extension, "source", m_images.size(), "image", where, index))
                     continue;
                 m_images[index].used = true;
@@ -209,7 +202,6 @@ void kxGltfReader::readTextureUse(Material& material, const std::string& slot, c
         readFloatsMember(*transform, "scale", &bind->_uvScale.x, 2, where);
         readFloatMember(*transform, "rotation", bind->_rotation, where);
         readTexCoord(*transform, bind->_transformTexCoord);
-        warnOthers(*transform, {"offset", "scale", "rotation", "texCoord"}, where + ", KHR_texture_transform");
     }
     bind->_userData = m_carried.read(json, strength ? kStrengthUseKeys : factor ? kScaledUseKeys : kPlainUseKeys);
     material.binds.push_back(bind);
@@ -319,7 +311,7 @@ void kxGltfReader::readMaterial(Material& material, const kxJsonValue& json, uin
         for (auto at = extensions->MemberBegin(); at != extensions->MemberEnd(); ++at)
         {
             const std::string_view name = textOf(at->name);
-            if (!at->value.IsObject() || kxGltfCarriedReader::holdsReferences(name, at->value))
+            if (!at->value.IsObject() || holdsReferences(name, at->value))
                 continue;
             known.push_back(name);
             readMaterialExtension(material, std::string(name), at->value, where);

@@ -13,7 +13,7 @@ namespace
 
 constexpr std::string_view kMeshMembers[] = {"name", "primitives", "weights"};
 constexpr std::string_view kPrimitiveMembers[] = {"attributes", "indices", "material", "mode", "targets"};
-constexpr std::string_view kPrimitiveExtensions[] = {"KHR_draco_mesh_compression", "KHR_materials_variants"};
+constexpr std::string_view kPrimitiveExtensions[] = {"KHR_draco_mesh_compression", "KHR_materials_variants/mappings"};
 constexpr std::string_view kMappingMembers[] = {"variants", "material", "name"};
 const kxKnownKeys kMeshKeys = {"mesh", kMeshMembers, {}};
 const kxKnownKeys kPrimitiveKeys = {"primitive", kPrimitiveMembers, kPrimitiveExtensions};
@@ -138,8 +138,9 @@ void kxGltfReader::takeTargetNames(kxMesh& mesh, const kxJsonValue& json, size_t
 {
     const kxJsonValue* extras = findMember(json, "extras");
     const kxJsonValue* names = extras ? findMember(*extras, "targetNames") : nullptr;
-    if (!names || !names->IsArray() || names->Size() != targetCount ||
-        !std::all_of(names->Begin(), names->End(), [](const kxJsonValue& name) { return name.IsString(); }))
+    if (!names || !names->IsArray() || names->Empty() || names->Size() != targetCount ||
+        !std::all_of(names->Begin(), names->End(),
+                     [](const kxJsonValue& name) { return name.IsString() && !isLongNumber(name); }))
         return;
     for (auto at = names->Begin(); at != names->End(); ++at)
         mesh._targetNames->append(kxStringRef(textOf(*at)));
@@ -278,7 +279,8 @@ bool kxGltfReader::readPrimitive(kxMesh& mesh, const kxJsonValue& json, const st
     if (!json.IsObject())
         return m_faults.refuse("%s is not an object", where.c_str());
     const kxJsonValue* extensions = findMember(json, "extensions");
-    if (extensions && findMember(*extensions, "KHR_draco_mesh_compression"))
+    const kxJsonValue* compressed = extensions ? findMember(*extensions, "KHR_draco_mesh_compression") : nullptr;
+    if (compressed)
     {
         const kxJsonValue* attributes = findMember(json, "attributes");
         const kxJsonValue* position = attributes ? findMember(*attributes, "POSITION") : nullptr;
@@ -286,6 +288,9 @@ bool kxGltfReader::readPrimitive(kxMesh& mesh, const kxJsonValue& json, const st
         if (!position || !readIndex(*position, accessor) || accessor >= m_arrays.getAccessorCount() ||
             m_arrays.isEmpty(accessor))
             return m_faults.refuse("needs KHR_draco_mesh_compression, which this program cannot decode");
+        const kxJsonValue* view = findMember(*compressed, "bufferView");
+        if (uint32_t number = 0; view && readIndex(*view, number))
+            m_arrays.setViewUsed(number);
         m_faults.warn("compressed copy of data is not carried; the data are written uncompressed",
                       "KHR_draco_mesh_compression");
     }
@@ -319,7 +324,6 @@ bool kxGltfReader::readPrimitive(kxMesh& mesh, const kxJsonValue& json, const st
 
 void kxGltfReader::readVariants(kxGeometry& geometry, const kxJsonValue& json, const std::string& where)
 {
-    warnOthers(json, {"mappings"}, where + ", KHR_materials_variants");
     const kxJsonValue* mappings = findMember(json, "mappings");
     if (!mappings || !mappings->IsArray())
         return m_faults.warn("material variants without mappings are left out", where);

@@ -17,24 +17,31 @@ namespace Kel::Gltf
 namespace
 {
 
-constexpr std::string_view kCameraMembers[] = {"name", "type", "perspective", "orthographic"};
+constexpr std::string_view kPerspectiveCameraMembers[] = {"name", "type", "perspective"};
+constexpr std::string_view kOrthographicCameraMembers[] = {"name", "type", "orthographic"};
 constexpr std::string_view kPerspectiveMembers[] = {"aspectRatio", "yfov", "zfar", "znear"};
 constexpr std::string_view kOrthographicMembers[] = {"xmag", "ymag", "zfar", "znear"};
-constexpr std::string_view kLightMembers[] = {"name", "color", "intensity", "range", "spot", "type"};
+constexpr std::string_view kLightMembers[] = {
+    "name", "color", "intensity", "range", "type", "spot/innerConeAngle", "spot/outerConeAngle"};
 constexpr std::string_view kSkinMembers[] = {"name", "joints", "skeleton", "inverseBindMatrices"};
-constexpr std::string_view kNodeMembers[] = {"name",  "children", "matrix", "translation", "rotation",
-                                             "scale", "mesh",     "skin",   "camera",      "weights"};
-constexpr std::string_view kNodeExtensions[] = {"KHR_lights_punctual", "EXT_mesh_gpu_instancing"};
+constexpr std::string_view kNodeMembers[] = {"name", "children", "rotation", "scale",       "mesh",
+                                             "skin", "camera",   "weights",  "translation", "matrix"};
+constexpr std::string_view kNodeExtensions[] = {"KHR_lights_punctual/light", "EXT_mesh_gpu_instancing"};
 constexpr std::string_view kInstancingMembers[] = {"attributes"};
 constexpr std::string_view kSceneMembers[] = {"name", "nodes"};
 
-const kxKnownKeys kCameraKeys = {"camera", kCameraMembers, {}};
+const kxKnownKeys kPerspectiveCameraKeys = {"camera", kPerspectiveCameraMembers, {}};
+const kxKnownKeys kOrthographicCameraKeys = {"camera", kOrthographicCameraMembers, {}};
 const kxKnownKeys kPerspectiveKeys = {"perspective", kPerspectiveMembers, {}};
 const kxKnownKeys kOrthographicKeys = {"orthographic", kOrthographicMembers, {}};
-const kxKnownKeys kLightKeys = {"light", kLightMembers, {}};
-const kxKnownKeys kOtherLightKeys = {"light", std::span(kLightMembers).first(5), {}}; // the type is carried
+const kxKnownKeys kSpotKeys = {"light", kLightMembers, {}};
+const kxKnownKeys kLightKeys = {"light", std::span(kLightMembers).first(5), {}};
+const kxKnownKeys kOtherLightKeys = {"light", std::span(kLightMembers).first(4), {}}; // the type is carried
 const kxKnownKeys kSkinKeys = {"skin", kSkinMembers, {}};
 const kxKnownKeys kNodeKeys = {"node", kNodeMembers, kNodeExtensions};
+// The place is carried as well: a node far out, as on a globe, lies finer than floats can say. Units are metres.
+const kxKnownKeys kFarNodeKeys = {"node", std::span(kNodeMembers).first(8), kNodeExtensions};
+constexpr double kFarTolerance = 0.005;
 const kxKnownKeys kInstancingKeys = {"instancing", kInstancingMembers, {}};
 const kxKnownKeys kSceneKeys = {"scene", kSceneMembers, {}};
 
@@ -51,11 +58,11 @@ bool kxGltfReader::readCameras()
         const std::string where = kxFormat("camera %u", i);
         auto camera = kxNew<kxCamera>();
         camera->_name = nameOf(json, "camera", i);
-        camera->_userData = m_carried.read(json, kCameraKeys);
         const kxJsonValue* type = findMember(json, "type");
         const bool orthographic = type && type->IsString() && textOf(*type) == "orthographic";
         if (!orthographic && !(type && type->IsString() && textOf(*type) == "perspective"))
             m_faults.warn("camera of no known type counts as perspective", where);
+        camera->_userData = m_carried.read(json, orthographic ? kOrthographicCameraKeys : kPerspectiveCameraKeys);
         const kxJsonValue* projection = findMember(json, orthographic ? "orthographic" : "perspective");
         camera->_cameraType = orthographic ? kxCameraType::ORTHOGRAPHIC : kxCameraType::PERSPECTIVE;
         if (projection && projection->IsObject())
@@ -84,7 +91,6 @@ bool kxGltfReader::readLights()
     const kxJsonValue* list = extension ? findMember(*extension, "lights") : nullptr;
     if (!list)
         return true;
-    warnOthers(*extension, {"lights"}, "KHR_lights_punctual");
     if (!checkObjects(*list, "KHR_lights_punctual/lights"))
         return false;
     for (uint32_t i = 0; i < list->Size(); ++i)
@@ -101,15 +107,14 @@ bool kxGltfReader::readLights()
         light->_lightType = name == "directional" ? kxLightType::DIRECTIONAL
                             : name == "spot"      ? kxLightType::SPOT
                                                   : kxLightType::POINT;
-        light->_userData = m_carried.read(json, known ? kLightKeys : kOtherLightKeys);
+        light->_userData = m_carried.read(json, !known ? kOtherLightKeys : name == "spot" ? kSpotKeys : kLightKeys);
         readFloatsMember(json, "color", &light->_color.x, 3, where);
         readFloatMember(json, "intensity", light->_intensity, where);
         readFloatMember(json, "range", light->_range, where);
-        if (const kxJsonValue* spot = findMember(json, "spot"))
+        if (const kxJsonValue* spot = name == "spot" ? findMember(json, "spot") : nullptr)
         {
             readFloatMember(*spot, "innerConeAngle", light->_innerConeAngle, where);
             readFloatMember(*spot, "outerConeAngle", light->_outerConeAngle, where);
-            warnOthers(*spot, {"innerConeAngle", "outerConeAngle"}, where + ", spot");
         }
         m_lights.push_back({light});
         m_objects.lists[static_cast<size_t>(kxGltfKind::LIGHT)].push_back(light);
@@ -132,7 +137,7 @@ void kxGltfReader::takeNode(const kxJsonValue& json, const std::function<const k
         if (key == "name" && value.IsString())
             record.name = kxStringRef(textOf(value));
         else if (key == "translation")
-            isPlain &= readFloats(value, &record.translation.x, 3);
+            isPlain &= readFloats(value, &record.translation.x, 3) && !isFinerThanFloats(value, kFarTolerance);
         else if (key == "rotation")
             isPlain &= readFloats(value, record.rotation, 4);
         else if (key == "scale")
@@ -305,10 +310,13 @@ bool kxGltfReader::readWholeNode(const kxJsonValue& json, uint32_t index)
     kxGroup& node = *m_nodes[index];
     const std::string where = kxFormat("node %u", index);
     nameOf(json, "node", index);
-    node._userData = m_carried.read(json, kNodeKeys);
+    const kxJsonValue* matrixJson = findMember(json, "matrix");
+    const kxJsonValue* place = matrixJson ? matrixJson : findMember(json, "translation");
+    const bool isFar = place && isFinerThanFloats(*place, kFarTolerance);
+    node._userData = m_carried.read(json, isFar ? kFarNodeKeys : kNodeKeys);
     if (auto* transform = kxCast<kxTransform>(&node))
     {
-        if (findMember(json, "matrix"))
+        if (matrixJson)
         {
             kxMatrix44f matrix;
             readFloatsMember(json, "matrix", matrix.getValue(), 16, where);
@@ -340,7 +348,6 @@ bool kxGltfReader::readWholeNode(const kxJsonValue& json, uint32_t index)
     }
     if (const kxJsonValue* light = extensions ? findMember(*extensions, "KHR_lights_punctual") : nullptr)
     {
-        warnOthers(*light, {"light"}, where + ", KHR_lights_punctual");
         if (!findMember(*light, "light"))
             m_faults.warn("light that does not exist is left out", where);
         else if (readReference(*light, "light", m_lights.size(), "light", where, number))

@@ -122,6 +122,7 @@ bool kxGltfWriter::collectInfo(const kxInfo* info, kxStringRef name)
             m_images.setInText(gltf->_imagesInText);
         }
         addReferences(gltf->_userData);
+        addReferences(gltf->_bufferUserData);
     }
     else if (const auto* database = kxCast<kxAnimationDatabase>(info))
         m_databases.push_back(database);
@@ -274,7 +275,10 @@ bool kxGltfWriter::addReferred(const kxObject* object)
     case kxGltfKind::LIGHT: m_lights.add(static_cast<const kxLightAttr*>(object)); break;
     case kxGltfKind::SKIN: addSkin(static_cast<const kxSkin*>(object)); break;
     case kxGltfKind::ANIMATION: addAnimation(static_cast<const kxAnimation*>(object)); break;
-    case kxGltfKind::ACCESSOR: // is written when it is asked for
+    case kxGltfKind::BUFFER_VIEW: // is written when it is asked for, as is an accessor
+        addReferences(static_cast<const kxGltfBufferView*>(object)->_userData);
+        break;
+    case kxGltfKind::ACCESSOR:
     case kxGltfKind::SCENE:
     case kxGltfKind::COUNT: break;
     }
@@ -342,7 +346,21 @@ void kxGltfWriter::number()
         m_materialOrder, m_materialNumber);
     m_cameras.sort();
     m_lights.sort();
+    // A joint of a class that gives no node is found out only when all nodes are there.
+    std::erase_if(m_skins.objects,
+                  [&](const kxSkin* skin)
+                  {
+                      bool usable = true;
+                      for (const kxNode* joint : *skin->_joints)
+                          usable &= kindOf(joint) == kxGltfKind::NODE && m_graph.has(joint);
+                      if (usable)
+                          return false;
+                      m_faults.warn("skin with joints that are no transforms is not written", skin->_name.str());
+                      m_skins.numbers[skin] = 0;
+                      return true;
+                  });
     m_skins.sort();
+    m_skinCopies.assign(m_skins.objects, m_nodeOrder);
     m_animations.sort();
     m_textures.sort();
     m_imageList.sort();
@@ -405,6 +423,7 @@ std::vector<uint32_t> kxGltfWriter::indicesOf(const kxObject* object, kxGltfKind
                 indices.push_back(i);
         break;
     case kxGltfKind::ACCESSOR:
+    case kxGltfKind::BUFFER_VIEW:
     case kxGltfKind::COUNT: break;
     }
     // The first copy has the first number; the chain names the newest next.
@@ -419,6 +438,12 @@ bool kxGltfWriter::indexOf(const kxObject* object, kxGltfKind& kind, uint32_t& i
     {
         kind = kxGltfKind::ACCESSOR;
         index = const_cast<kxGltfData&>(m_data).addArray(array, kxGltfData::OTHER, false);
+        return true;
+    }
+    if (const auto* view = kxCast<kxGltfBufferView>(object))
+    {
+        kind = kxGltfKind::BUFFER_VIEW;
+        index = const_cast<kxGltfData&>(m_data).addView(view);
         return true;
     }
     const std::vector<uint32_t> indices = indicesOf(object, kind);

@@ -5,6 +5,7 @@
 #include "interop/gltf/kxGltfData.h"
 #include "interop/gltf/kxGltfGraph.h"
 #include "interop/gltf/kxGltfImages.h"
+#include "interop/gltf/kxGltfSkins.h"
 #include "interop/gltf/kxGltfTextures.h"
 #include "platform/attrs/kxMaterialAttr.h"
 #include "platform/attrs/kxTextureBindAttr.h"
@@ -116,6 +117,7 @@ private:
     Numbered<kxCamera> m_cameras;
     Numbered<kxLightAttr> m_lights;
     Numbered<kxSkin> m_skins;
+    kxGltfSkins m_skinCopies{m_graph};
     Numbered<kxAnimation> m_animations;
     std::unordered_map<const kxAnimation*, std::vector<kxGltfChannel>> m_channels; // of those that are written
     std::unordered_map<std::string_view, const kxNode*> m_bones; // by name, once a track has to be given its own

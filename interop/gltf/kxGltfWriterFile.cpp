@@ -38,6 +38,10 @@ bool kxGltfWriter::writeJson()
         for (const kxVertexArray* array : *m_info->_unusedArrays)
             if (array)
                 m_data.addArray(array, kxGltfData::OTHER, false);
+    if (m_info)
+        for (const kxGltfBufferView* view : *m_info->_unusedViews)
+            if (view)
+                m_data.addView(view);
     m_data.writeLists(m_json, m_carried);
     writeBuffers();
     writeExtensionLists();
@@ -162,6 +166,12 @@ void kxGltfWriter::writeBuffers()
         const std::string& path = m_faults.getPath();
         const std::string name = path.substr(folderOf(path).size());
         m_json.member("uri", encodePercent(name.substr(0, name.rfind('.')) + ".bin"));
+    }
+    if (m_info)
+    {
+        if (!m_info->_bufferName.isEmpty())
+            m_json.member("name", m_info->_bufferName.view());
+        m_carried.write(m_json, m_info->_bufferUserData);
     }
     m_json.endObject();
     m_json.endArray();

@@ -68,6 +68,22 @@ std::string describeVolume(const kxAABox& box)
     return json.str();
 }
 
+// The numbers of a place with all the digits that its file gave them, as long as nobody has moved the node; empty otherwise.
+std::string finePlace(const kxGroup& source, std::string_view key, const float* numbers, size_t count,
+                      const kxGltfCarriedWriter& carried)
+{
+    const kxUserData* userData = source._userData;
+    if (!userData || userData->_extensions.view().find(key) == std::string_view::npos)
+        return {};
+    const std::string text = carried.getUnknown(userData, key);
+    kxJsonDocument document;
+    std::string fault;
+    float rounded[16];
+    const bool isSame = !text.empty() && document.parseCopy(text, fault) &&
+                        readFloats(document.getRoot(), rounded, count) && std::equal(rounded, rounded + count, numbers);
+    return isSame ? text : std::string();
+}
+
 bool isPlain(const kxGroup& source)
 {
     const kxMetaObject* type = source.getMetaObject();
@@ -122,8 +138,12 @@ void kxGltfWriter::writePlace(const kxGltfGraph::Node& node, const kxGltfGraph::
         {
             if (!transform->isIdentity())
             {
+                const float* numbers = transform->_matrix.getValue();
                 m_json.key("matrix");
-                m_json.floats(transform->_matrix.getValue(), 16);
+                if (const std::string fine = finePlace(*transform, "matrix", numbers, 16, m_carried); !fine.empty())
+                    m_json.raw(fine);
+                else
+                    m_json.floats(numbers, 16);
             }
             return;
         }
@@ -135,8 +155,14 @@ void kxGltfWriter::writePlace(const kxGltfGraph::Node& node, const kxGltfGraph::
     }
     if (translation != kxVec3f(0, 0, 0))
     {
+        std::string fine;
+        if (node.source && !(more && more->instance >= 0))
+            fine = finePlace(*node.source, "translation", &translation.x, 3, m_carried);
         m_json.key("translation");
-        m_json.floats(&translation.x, 3);
+        if (fine.empty())
+            m_json.floats(&translation.x, 3);
+        else
+            m_json.raw(fine);
     }
     if (rotation[0] != 0 || rotation[1] != 0 || rotation[2] != 0 || rotation[3] != 1)
     {
@@ -168,8 +194,9 @@ void kxGltfWriter::writeNode(uint32_t index, const uint32_t* children, size_t ch
     kxGltfCarriedWriter::Own own;
     if (more)
     {
-        if (more->skin && node.mesh != kxGltfGraph::kNone && m_skins.has(more->skin))
-            m_json.member("skin", uint64_t(m_skins[more->skin]));
+        if (const uint32_t skin = m_skinCopies.numberOf(index);
+            skin != kxGltfGraph::kNone && node.mesh != kxGltfGraph::kNone)
+            m_json.member("skin", uint64_t(skin));
         if (more->morph && !more->morph->_weights->isEmpty())
         {
             m_json.key("weights");
@@ -209,6 +236,11 @@ void kxGltfWriter::writeNode(uint32_t index, const uint32_t* children, size_t ch
     const bool carries = node.source && !(more && more->instance >= 0);
     if (m_writesVolumes && carries && node.source->_boundingVolume && !node.source->_boundingVolume->_box.isEmpty())
         own.extras.emplace_back("kxoptVolume", describeVolume(node.source->_boundingVolume->_box));
+    if (carries)
+    {
+        m_carried.skipUnknown("translation");
+        m_carried.skipUnknown("matrix");
+    }
     if (carries || !own.extensions.empty())
         m_carried.write(m_json, carries ? node.source->_userData.get() : nullptr, own);
     m_json.endObject();
@@ -321,6 +353,7 @@ std::string kxGltfWriter::lightsText()
                 else
                     json.number(light->_outerConeAngle);
             }
+            m_carried.writeInner(json, light->_userData, "spot");
             json.endObject();
         }
         m_carried.write(json, light->_userData);
@@ -337,22 +370,22 @@ void kxGltfWriter::writeSkins()
         return;
     m_json.key("skins");
     m_json.beginArray();
-    for (const kxSkin* skin : m_skins.objects)
+    for (const kxGltfSkins::Entry& entry : m_skinCopies.getEntries())
     {
+        const kxSkin* skin = entry.skin;
         m_json.beginObject();
         if (!skin->_name.isEmpty())
-            m_json.member("name", skin->_name.view());
+            m_json.member("name",
+                          entry.copy ? skin->_name.str() + "_" + std::to_string(entry.copy + 1) : skin->_name.str());
         if (skin->_inverseBindMatrices)
             m_json.member("inverseBindMatrices",
                           uint64_t(m_data.addArray(skin->_inverseBindMatrices, kxGltfData::BIND_MATRICES, false)));
-        kxGltfKind kind;
-        uint32_t index = 0;
-        if (!skin->_skeletonRoot->isEmpty() && indexOf(skin->_skeletonRoot->get(0), kind, index))
-            m_json.member("skeleton", uint64_t(index));
+        if (entry.root != kxGltfGraph::kNone)
+            m_json.member("skeleton", uint64_t(m_nodeNumber[entry.root]));
         m_json.key("joints");
         m_json.beginArray();
-        for (const kxNode* joint : *skin->_joints)
-            m_json.unsignedInteger(m_nodeNumber[m_graph.first(joint)]);
+        for (const uint32_t joint : entry.joints)
+            m_json.unsignedInteger(m_nodeNumber[joint]);
         m_json.endArray();
         m_carried.write(m_json, skin->_userData);
         m_json.endObject();

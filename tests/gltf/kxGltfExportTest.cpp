@@ -5,6 +5,7 @@
 #include "platform/attrs/kxMaterialAttr.h"
 #include "platform/attrs/kxTextureBindAttr.h"
 #include "platform/sg/kxActor.h"
+#include "platform/sg/kxAnimationDatabase.h"
 #include "platform/sg/kxCompiledGraph.h"
 #include "platform/sg/kxGeometry.h"
 #include "platform/sg/kxInstanceArray.h"
@@ -12,6 +13,7 @@
 #include "platform/sg/kxOverrideAttrSet.h"
 #include "platform/sg/kxSwitch.h"
 #include "platform/sg/kxTransform.h"
+#include "platform/sg/kxTransformSequence1_5.h"
 
 namespace Kel::Gltf
 {
@@ -263,6 +265,82 @@ TEST_F(GltfExport, SkinsWeightsAndInstancesFoldIntoTheNode)
     write(group<kxGroup>("", joint, group<kxTransform>("I", instances)));
     EXPECT_EQ(tree(), "joint I (mesh0 (U mesh0), mesh0 (U_2 mesh0))");
     EXPECT_EQ(at("nodes/2/translation") + at("nodes/3/translation"), "[5,0,0]");
+}
+
+// What is reached on several paths becomes copies, and every copy has to do what the one did.
+TEST_F(GltfExport, CopiesFollowTheirOwnJointsAndMoveAll)
+{
+    const auto joint = group<kxTransform>("joint", group<kxTransform>("hand"));
+    auto skin = kxNew<kxSkin>();
+    skin->_name = "skin";
+    skin->_joints->append(find(joint, "hand"));
+    skin->_joints->append(joint);
+    auto actor = kxNew<kxActor>();
+    actor->_skin = skin;
+    actor->appendChild(group<kxMesh>("m", geometry("")));
+    const auto rig = group<kxTransform>("rig", group<kxTransform>("body", actor), joint);
+    skin->_skeletonRoot->append(rig);
+    const auto track = kxNew<kxAnimationTrack>();
+    const auto keys = kxNew<kxTransformSequence1_5>();
+    keys->_keyFlags = kxTransformSequence::HAS_TRANSLATIONS;
+    keys->_times = kxNew<kxLongList>();
+    keys->_times->append(0);
+    keys->_translations = kxNew<kxVec3fList>();
+    keys->_translations->append(kxVec3f(1, 2, 3));
+    track->setSource(keys);
+    track->_target = joint;
+    const auto clip = kxNew<kxAnimation>();
+    clip->_trackList->append(track);
+    const auto database = kxNew<kxAnimationDatabase>();
+    database->_animationList->append(clip);
+    database->_skinList->append(skin);
+
+    auto directory = kxNew<kxDirectory>();
+    const char* names[] = {"A", "B"};
+    for (const char* name : names)
+    {
+        const auto scene = kxNew<kxSceneInfo>();
+        scene->_name = name;
+        scene->setSceneGraph(group<kxGroup>("", group<kxTransform>(name, rig), group<kxTransform>(name)));
+        directory->addEntry(scene, name);
+    }
+    // A second wearer in the second scene, beside the rig: the joints of its scene are next of kin.
+    rootOf(*directory, 1)->appendChild(group<kxTransform>("C", actor));
+    directory->addEntry(database, "animations");
+    for (const char* name : {"out.kxb", "out.gltf"}) // glTF itself cannot say that a node is below two others
+    {
+        ASSERT_TRUE(save(*directory, name)) << m_errors;
+        EXPECT_EQ(m_warnings, "");
+        directory = load("out.kxb");
+        ASSERT_TRUE(directory) << m_errors;
+    }
+    open("out.gltf");
+    const auto number = [&](const char* name) { return node(name).substr(6); };
+    EXPECT_EQ(count("skins"), 2u);
+    EXPECT_EQ(at(node("body") + "/skin") + at(node("body_2") + "/skin") + at(node("C") + "/skin"), "011");
+    for (const bool second : {false, true})
+    {
+        const char* end = second ? "_2" : "";
+        const std::string place = kxFormat("skins/%d", second);
+        const auto copy = [&](const char* name) { return number(kxFormat("%s%s", name, end).c_str()); };
+        EXPECT_EQ(at(place + "/name"), kxFormat("\"skin%s\"", end));
+        EXPECT_EQ(at(place + "/joints"), kxFormat("[%s,%s]", copy("hand").c_str(), copy("joint").c_str()));
+        EXPECT_EQ(at(place + "/skeleton"), copy("rig"));
+        EXPECT_EQ(at(kxFormat("animations/0/channels/%d/target/node", second)), copy("joint"));
+    }
+}
+
+TEST_F(GltfExport, JointsThatGiveNoNodeAreNoSkin)
+{
+    auto skin = kxNew<kxSkin>();
+    const auto joint = group<kxAttrSet>("set"); // skins do not hold their joints
+    skin->_joints->append(joint);
+    auto actor = kxNew<kxActor>();
+    actor->_skin = skin;
+    actor->appendChild(group<kxMesh>("m", geometry("")));
+    write(group<kxGroup>("", group<kxTransform>("A", actor)));
+    EXPECT_EQ(tree(), "A mesh0");
+    EXPECT_EQ(m_warnings, "out.gltf: skin with joints that are no transforms is not written\n");
 }
 
 TEST_F(GltfExport, TransformsKeepTheirForm)

