@@ -1,7 +1,9 @@
 // How load, walk, check and write grow with the size and the shape of a scene.
 //
-// Each row runs in a process of its own, so that peak memory belongs to the row. The last column of a shape's largest row
-// is the growth exponent from its smallest: 1 is linear.
+// Each row runs in a process of its own, so that peak memory belongs to the row; each part of it starts from caches that hold
+// nothing of the scene. Walks count a shared node once for each path, bytes are divided by the nodes that there are. Behind the
+// rows of a shape stand the growth exponents from its smallest: 1 is linear.
+#include "bench/kxBenchRun.h"
 #include "bench/kxBenchScene.h"
 
 #include "examples/generator/kxSceneMaker.h"
@@ -39,11 +41,12 @@ namespace
 struct Row
 {
     double loadSeconds = 0, walkSeconds = 0, repairSeconds = 0, writeSeconds = 0, releaseSeconds = 0;
-    uint64_t fileBytes = 0, peakBytes = 0, startBytes = 0, vertexBytes = 0, nodeCount = 0;
+    uint64_t fileBytes = 0, peakBytes = 0, startBytes = 0, vertexBytes = 0, nodeCount = 0, visitCount = 0;
 };
 
-double secondsOf(const std::function<void()>& work)
+double wallSecondsOf(const std::function<void()>& work)
 {
+    sweepCaches();
     const auto start = std::chrono::steady_clock::now();
     work();
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
@@ -94,7 +97,8 @@ double jsonSpeed(const std::string& path)
         std::string fault;
         const Gltf::kxJsonDocument::Listener listener{"nodes", [](const auto&, const auto&) {}};
         bool parsed = false;
-        const double seconds = secondsOf([&] { parsed = json.parse(std::move(text), byteCount, fault, &listener); });
+        const double seconds =
+            wallSecondsOf([&] { parsed = json.parse(std::move(text), byteCount, fault, &listener); });
         if (!parsed)
             return 0;
         best = std::max(best, byteCount / 1e6 / seconds);
@@ -107,29 +111,30 @@ void measure(Row& row, const std::string& input, const std::string& output)
     row.startBytes = peakBytes();
     row.fileBytes = std::filesystem::file_size(input);
     kxSmartPointer<kxDirectory> directory;
-    row.loadSeconds = secondsOf([&] { directory = kxResource::load(input.c_str()); });
+    row.loadSeconds = wallSecondsOf([&] { directory = kxResource::load(input.c_str()); });
     if (!directory->isLoaded())
         _exit(1);
     kxSmartPointer<kxSceneInfo> info =
         static_cast<kxSceneInfo*>(kxResource::getInfoByType(directory, kxStringRef("kxSceneInfo")));
     kxSmartPointer<kxNode> root = info->getSceneGraph();
     row.vertexBytes = countVertexBytes(root);
+    row.nodeCount = countNodes(root);
 
     auto iterator = kxNew<Opt::kxIterateGraph>();
-    row.walkSeconds = secondsOf(
+    row.walkSeconds = wallSecondsOf(
         [&]
         {
             for (kxNode* node = iterator->begin(root); node; node = iterator->getNext())
-                ++row.nodeCount;
+                ++row.visitCount;
         });
     iterator = nullptr;
     {
         auto manager = kxNew<Opt::kxDefaultManager>();
         auto repair = kxNew<Opt::kxRepairHierarchy>();
         manager->setup(repair);
-        row.repairSeconds = secondsOf([&] { repair->apply(root); });
+        row.repairSeconds = wallSecondsOf([&] { repair->apply(root); });
     }
-    row.writeSeconds = secondsOf(
+    row.writeSeconds = wallSecondsOf(
         [&]
         {
             auto file = kxNew<kxKXBFile>();
@@ -140,13 +145,30 @@ void measure(Row& row, const std::string& input, const std::string& output)
                 _exit(1);
         });
     row.peakBytes = peakBytes();
-    row.releaseSeconds = secondsOf(
+    row.releaseSeconds = wallSecondsOf(
         [&]
         {
             root = nullptr;
             info = nullptr;
             directory = nullptr;
         });
+}
+
+// The best of several runs: other programs can only add to a time.
+bool measureBest(Row& best, uint32_t runs, const std::string& input, const std::string& output)
+{
+    for (uint32_t run = 0; run < runs; ++run)
+    {
+        Row row;
+        if (!runApart(row, [&](Row& r) { measure(r, input, output); }))
+            return false;
+        if (run == 0)
+            best = row;
+        for (double Row::*seconds :
+             {&Row::loadSeconds, &Row::walkSeconds, &Row::repairSeconds, &Row::writeSeconds, &Row::releaseSeconds})
+            best.*seconds = std::min(best.*seconds, row.*seconds);
+    }
+    return true;
 }
 
 bool makeInput(const std::string& shape, uint32_t nodes, const std::string& path)
@@ -174,11 +196,6 @@ bool makeInput(const std::string& shape, uint32_t nodes, const std::string& path
                     });
 }
 
-double exponent(double small, double large, double ratio)
-{
-    return small > 0 ? std::log(large / small) / std::log(ratio) : 0;
-}
-
 } // namespace
 
 int main(int argc, char** argv)
@@ -188,6 +205,7 @@ int main(int argc, char** argv)
         largest = static_cast<uint32_t>(std::strtoul(argv[1], nullptr, 10));
     libKXOpt_arkRegister();
     libKXGltf_arkRegister();
+    sweepCaches(); // its memory belongs to no row
     const std::filesystem::path folder =
         std::filesystem::temp_directory_path() / ("kxScaleBench" + std::to_string(getpid()));
     std::filesystem::create_directories(folder);
@@ -208,7 +226,7 @@ int main(int argc, char** argv)
                 const std::string input = (folder / (std::string("in.") + form)).string();
                 const std::string output = (folder / (std::string("out.") + form)).string();
                 Row row;
-                if (!makeInput(shape, nodes, input) || !runApart(row, [&](Row& r) { measure(r, input, output); }))
+                if (!makeInput(shape, nodes, input) || !measureBest(row, nodes < 1000000 ? 5 : 3, input, output))
                 {
                     std::printf("%-6s %-4s %8u failed\n", shape, form, nodes);
                     ++failures;
@@ -218,7 +236,7 @@ int main(int argc, char** argv)
                 const double memory = double(row.peakBytes - row.startBytes) - double(row.vertexBytes);
                 std::printf("%-6s %-4s %8u %8.1f %8.3f %9.0f %8.3f %8.1f %8.3f %9.3f %10.0f\n", shape, form, nodes,
                             megabytes, row.loadSeconds, megabytes / row.loadSeconds, row.walkSeconds,
-                            double(row.nodeCount) / 1e6 / row.walkSeconds, row.repairSeconds, row.writeSeconds,
+                            double(row.visitCount) / 1e6 / row.walkSeconds, row.repairSeconds, row.writeSeconds,
                             memory / double(row.nodeCount));
                 if (std::strcmp(form, "glb") == 0 && nodes == largest)
                     std::printf("%-6s %-4s JSON text alone: %.0f MB/s\n", shape, form, jsonSpeed(input));
@@ -231,9 +249,9 @@ int main(int argc, char** argv)
             const Row &a = rows.front(), &b = rows.back();
             std::printf(
                 "%-6s %-4s exponent: load %.2f, walk %.2f, repair %.2f, write %.2f, release %.2f\n", shape, form,
-                exponent(a.loadSeconds, b.loadSeconds, ratio), exponent(a.walkSeconds, b.walkSeconds, ratio),
-                exponent(a.repairSeconds, b.repairSeconds, ratio), exponent(a.writeSeconds, b.writeSeconds, ratio),
-                exponent(a.releaseSeconds, b.releaseSeconds, ratio));
+                exponentOf(a.loadSeconds, b.loadSeconds, ratio), exponentOf(a.walkSeconds, b.walkSeconds, ratio),
+                exponentOf(a.repairSeconds, b.repairSeconds, ratio), exponentOf(a.writeSeconds, b.writeSeconds, ratio),
+                exponentOf(a.releaseSeconds, b.releaseSeconds, ratio));
         }
     std::filesystem::remove_all(folder);
     return failures;

@@ -1,6 +1,6 @@
 // What the scene optimizations cost for each node, attribute or draw, as the scene and its shape grow.
 //
-// Times are those of the step alone. `us_per_unit` is what counts; `walks` says how many plain walks over the same
+// Times are those of the step alone, from caches that hold nothing of the scene; growth is printed at the end. `us_per_unit` is what counts; `walks` says how many plain walks over the same
 // nodes the step took, in the same run, so that figures of different machines can be compared.
 #include "bench/kxBenchRun.h"
 #include "bench/kxBenchScene.h"
@@ -104,31 +104,36 @@ int64_t counterOf(const kxOptBase& optimization, const char* name)
 /// Runs one step on a fresh scene; the step gives the number of units that it treated and its seconds.
 using Step = std::function<int64_t(World& world, double& seconds)>;
 
-void measure(benchmark::State& state, const char* shape, const Step& step)
+Growth g_growth;
+
+// The best of several runs, more of short ones: other programs can only add to a time.
+void measure(benchmark::State& state, const std::string& name, const char* shape, const Step& step)
 {
-    double usPerUnit = 0, walks = 0;
+    const int64_t runs = std::clamp<int64_t>(200'000 / state.range(0), 2, 10);
+    double best = 0, walk = 0, units = 0, nodeCount = 0;
     for (auto _ : state)
     {
-        World world(shape, static_cast<uint32_t>(state.range(0)));
-        uint64_t nodeCount = 0;
-        const double walk = secondsOf([&] { nodeCount = countNodes(world.root); });
-        double seconds = 0;
-        const int64_t units = step(world, seconds);
-        state.SetIterationTime(seconds);
-        usPerUnit = units > 0 ? seconds * 1e6 / static_cast<double>(units) : 0;
-        walks = seconds / walk;
-        state.counters["units"] = static_cast<double>(units);
-        state.counters["nodes"] = static_cast<double>(nodeCount);
+        for (int64_t run = 0; run < runs; ++run)
+        {
+            World world(shape, static_cast<uint32_t>(state.range(0)));
+            walk = secondsFromMemory([&] { nodeCount = static_cast<double>(countNodes(world.root)); });
+            double seconds = 0;
+            units = static_cast<double>(step(world, seconds));
+            best = run == 0 ? seconds : std::min(best, seconds);
+        }
+        state.SetIterationTime(best);
     }
-    state.counters["us_per_unit"] = usPerUnit;
-    state.counters["walks"] = walks;
-    state.SetComplexityN(state.range(0));
+    state.counters["units"] = units;
+    state.counters["nodes"] = nodeCount;
+    state.counters["us_per_unit"] = units > 0 ? best * 1e6 / units : 0;
+    state.counters["walks"] = best / walk;
+    g_growth.note(name, static_cast<double>(state.range(0)), best);
 }
 
 template <class T>
 void apply(World& world, const kxSmartPointer<T>& optimization, double& seconds)
 {
-    seconds = secondsOf([&] { optimization->apply(world.root); });
+    seconds = secondsFromMemory([&] { optimization->apply(world.root); });
 }
 
 int64_t share(World& world, double& seconds, bool distinct)
@@ -216,7 +221,7 @@ const std::pair<const char*, Step> kSteps[] = {
      [](World& world, double& seconds)
      {
          kxDrawList list;
-         seconds = secondsOf([&] { list.collect(world.root); });
+         seconds = secondsFromMemory([&] { list.collect(world.root); });
          return static_cast<int64_t>(list.getDraws().size());
      }},
     {"compare",
@@ -230,7 +235,7 @@ const std::pair<const char*, Step> kSteps[] = {
          group->removeChild(0u);
          group->appendChild(first);
          after.collect(world.root);
-         seconds = secondsOf([&] { kxPictureComparison().compare(before, after); });
+         seconds = secondsFromMemory([&] { kxPictureComparison().compare(before, after); });
          return static_cast<int64_t>(before.getDraws().size());
      }},
 };
@@ -242,16 +247,19 @@ int main(int argc, char** argv)
     libKXOpt_arkRegister();
     for (const auto& [name, step] : kSteps)
         for (const char* shape : {"city", "chain", "star"})
-            benchmark::RegisterBenchmark((std::string(name) + "/" + shape).c_str(),
-                                         [shape = std::string(shape), step = step](benchmark::State& state)
-                                         { measure(state, shape.c_str(), step); })
+        {
+            const std::string row = std::string(name) + "/" + shape;
+            benchmark::RegisterBenchmark(row.c_str(),
+                                         [row, shape = std::string(shape), step = step](benchmark::State& state)
+                                         { measure(state, row, shape.c_str(), step); })
                 ->RangeMultiplier(10)
                 ->Range(10'000, 1'000'000)
                 ->UseManualTime()
                 ->Iterations(1)
-                ->Unit(benchmark::kMillisecond)
-                ->Complexity();
+                ->Unit(benchmark::kMillisecond);
+        }
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
+    g_growth.print();
     return 0;
 }
