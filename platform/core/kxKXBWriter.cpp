@@ -147,32 +147,63 @@ void kxKXBWriter::listOperations(Type& type)
 
 // --- finding what belongs to the file ---
 
+// Has the object and its state fetched while other references are worked on, then calls `arrive(reference)`, in order.
+template <class F>
+void kxKXBWriter::approach(const Reference& reference, F arrive)
+{
+    __builtin_prefetch(reference.object);
+    m_nearObjects.push(reference, [&](Reference near) { approachState(near, arrive); });
+}
+
+template <class F>
+void kxKXBWriter::approachState(Reference near, F arrive)
+{
+    near.state = &m_states[near.object];
+    __builtin_prefetch(near.state);
+    m_nearStates.push(near, arrive);
+}
+
+template <class F>
+void kxKXBWriter::arriveAll(F arrive)
+{
+    m_nearObjects.flush([&](const Reference& near) { approachState(near, arrive); });
+    m_nearStates.flush(arrive);
+}
+
 void kxKXBWriter::collect()
 {
+    const auto settleOne = [this](const Reference& reference) { settle(reference); };
     for (const kxDirEntry* entry : *m_directory._entries)
         meet(entry->getObject(), true);
+    arriveAll(settleOne);
     while (!m_toFollow.empty())
     {
         const kxObject* object = m_toFollow.back();
         m_toFollow.pop_back();
         followReferences(object);
+        if (m_toFollow.empty())
+            arriveAll(settleOne);
     }
 }
 
 void kxKXBWriter::meet(const kxObject* object, bool follow)
 {
-    if (!object)
+    if (object)
+        approach({object, nullptr, nullptr, follow, true}, [this](const Reference& reference) { settle(reference); });
+}
+
+void kxKXBWriter::settle(const Reference& reference)
+{
+    State& state = *reference.state;
+    if (state.object && (state.followed || !reference.follow))
         return;
-    State& state = m_states[object];
-    if (state.object && (state.followed || !follow))
+    if (!state.object && !canBeSaved(reference.object, typeOf(reference.object)))
         return;
-    if (!state.object && !canBeSaved(object, typeOf(object)))
-        return;
-    state.object = object;
-    if (follow)
+    state.object = reference.object;
+    if (reference.follow)
     {
         state.followed = true;
-        m_toFollow.push_back(object);
+        m_toFollow.push_back(reference.object);
     }
 }
 
@@ -298,6 +329,7 @@ void kxKXBWriter::writeRecords()
         default: m_leaves.push_back(makeLeaf(object, type)); break;
         }
     }
+    arriveAll([this](const Reference& reference) { putNumber(reference); });
 }
 
 Leaf kxKXBWriter::makeLeaf(const kxObject* object, const Type& type)
@@ -342,7 +374,7 @@ void kxKXBWriter::writeValue(kxFieldKind kind, const void* value)
     {
         const kxObject* object;
         std::memcpy(&object, value, sizeof(void*));
-        put(numberOf(object));
+        putNumberLater(object, true);
     }
 }
 
@@ -360,22 +392,41 @@ void kxKXBWriter::writeValueList(const kxListBase* list, kxFieldKind kind)
 
 void kxKXBWriter::writeObjectList(const kxObjectList* list)
 {
-    const bool followed = m_states.get(list).followed;
+    if (m_states.get(list).followed)
+    {
+        put(list->getCount());
+        for (const kxObject* element : *list)
+            putNumberLater(element, list->isCounted());
+        return;
+    }
+    // In a list of links back what is not in the file is no loss; elsewhere places count.
     uint8_t* countAt = m_at;
     m_at += sizeof(uint32_t);
     uint32_t count = 0;
     for (const kxObject* element : *list)
-    {
-        const uint32_t number = numberOf(element);
-        // In a list of links back what is not in the file is no loss; elsewhere places count.
-        if (number == 0 && !followed)
-            continue;
-        if (number == 0 && element && !list->isCounted())
-            ++m_leftOut;
-        put(number);
-        ++count;
-    }
+        if (const uint32_t number = numberOf(element))
+        {
+            put(number);
+            ++count;
+        }
     std::memcpy(countAt, &count, sizeof count);
+}
+
+void kxKXBWriter::putNumberLater(const kxObject* object, bool isCounted)
+{
+    uint8_t* target = m_at;
+    put(0u);
+    if (object)
+        approach({object, nullptr, target, false, isCounted},
+                 [this](const Reference& reference) { putNumber(reference); });
+}
+
+void kxKXBWriter::putNumber(const Reference& reference)
+{
+    const uint32_t number = reference.state->number;
+    if (number == 0 && !reference.isCounted)
+        ++m_leftOut;
+    std::memcpy(reference.target, &number, sizeof number);
 }
 
 uint32_t kxKXBWriter::numberOf(kxStringRef string)

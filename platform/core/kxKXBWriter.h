@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/core/kxClassReferences.h"
+#include "platform/core/kxDelayLine.h"
 #include "platform/core/kxDirectory.h"
 #include "platform/core/kxKXBLayout.h"
 #include "platform/core/kxTSerialMap.h"
@@ -38,8 +39,27 @@ private:
         bool followed;          // what it refers to is in the file
     };
 
+    /// A reference on its way: the object that it leads to may lie anywhere, and so may its state.
+    struct Reference
+    {
+        const kxObject* object;
+        State* state;
+        uint8_t* target; // where its number goes
+        bool follow;     // what the object refers to belongs in the file as well
+        bool isCounted;  // the reference owns the object
+    };
+
     void collect();
     void meet(const kxObject* object, bool follow);
+    void settle(const Reference& reference);
+    void putNumberLater(const kxObject* object, bool isCounted);
+    void putNumber(const Reference& reference);
+    template <class F>
+    void approach(const Reference& reference, F arrive);
+    template <class F>
+    void approachState(Reference near, F arrive);
+    template <class F>
+    void arriveAll(F arrive);
     void followReferences(const kxObject* object);
     void numberObjects();
     void writeRecords();
@@ -68,6 +88,8 @@ private:
     const kxDirectory& m_directory;
     const char* m_name;
     kxTSerialMap<State> m_states;
+    kxDelayLine<Reference, 8> m_nearObjects; // of these the object is asked for
+    kxDelayLine<Reference, 8> m_nearStates;  // and of these the state
     std::vector<const kxObject*> m_toFollow;
     std::vector<const kxObject*> m_objects; // in the order of the file
     uint64_t m_leftOut = 0;                 // references to objects that nothing in the file owns
