@@ -5,6 +5,7 @@
 #include "opt/items/kxChildContainer.h"
 #include "opt/items/kxItemInterface.h"
 #include "opt/items/kxItemNames.h"
+#include "platform/core/kxPrefetch.h"
 #include "platform/sg/kxGroup.h"
 
 namespace Kel::Opt
@@ -135,7 +136,10 @@ kxResult kxIterateObject::updateChildList()
         m_traversal = nullptr;
         const auto* node = static_cast<const kxNode*>(current);
         kxSmartPointer<kxObjectList> list = m_noChildren;
-        if (const auto* group = kxCast<kxGroup>(node); group && group->getChildCount() > 0)
+        const auto* group = kxCast<kxGroup>(node);
+        if (group && group->getChildCount() > 0 && m_structureUntouched)
+            list = group->_childList;
+        else if (group && group->getChildCount() > 0)
         {
             const auto children = kxNew<kxNodeList>();
             kxNodeTraversal::listChildren(node, *children);
@@ -179,6 +183,13 @@ kxObject* kxIterateObject::begin(kxObject* root)
     return updateChildList() == kSuccess ? root : nullptr;
 }
 
+namespace
+{
+
+constexpr uint32_t kAhead = 4; // siblings that are asked for before the walk comes to them
+
+} // namespace
+
 kxObject* kxIterateObject::getNext()
 {
     noticeEdits();
@@ -204,6 +215,8 @@ kxObject* kxIterateObject::getNext()
         }
 
         kxObject* child = children->get(index);
+        if (index + kAhead < count)
+            prefetchObject(children->get(index + kAhead));
         const bool isNew = !_visitOnce || noteReturned(child);
         // A search in vain is not made twice: nested instances would double it at every level, and cycles would not
         // end.

@@ -48,6 +48,13 @@ class kxIterateObject : public kxObject
     /// `spliceCurrent`, `removeLastObject` and `updateChildList`: what is shared is then not searched again at every
     /// step.
     void setStructureFixed(bool fixed) { m_structureFixed = fixed; }
+    /// Tells the walk that nobody at all edits the structure while it goes on, the client included: the children of nodes
+    /// are then read where they stand, without a copy of each list.
+    void setStructureUntouched(bool untouched)
+    {
+        m_structureFixed = untouched;
+        m_structureUntouched = untouched;
+    }
     /// A path of the caller's, with indices to match; the walk goes on from it.
     void setCurrentPath(kxObjectList* path);
     void setCurrentIndices(kxIntList* indices) { _currentIndices = indices; }
@@ -119,6 +126,7 @@ private:
     uint64_t m_changeCount = 0;             // what it told at the last step
     kxTSerialMap<Searched> m_searched;
     bool m_structureFixed = false;
+    bool m_structureUntouched = false;
     uint32_t m_walk = 0;          // number of this walk
     uint32_t m_returnedCount = 0; // objects that it has returned; the list has others when somebody edited it
     uint32_t m_epoch = 0;         // changes when a search may find more than before

@@ -3,6 +3,7 @@
 
 #include "opt/framework/kxInterfaced.h"
 #include "platform/attrs/kxAttr.h"
+#include "platform/core/kxTHugeAllocator.h"
 #include "platform/core/kxTSerialMap.h"
 
 #include <vector>
@@ -85,8 +86,9 @@ private:
     void growSlots();
 
     kxAttrComparison* m_comparison;
-    std::vector<Entry> m_entries;
-    std::vector<Slot> m_slots; // by key, a power of two once there are more entries than are scanned
+    std::vector<Entry, kxTHugeAllocator<Entry>> m_entries;
+    std::vector<Slot, kxTHugeAllocator<Slot>>
+        m_slots; // by key, a power of two once there are more entries than are scanned
 };
 
 } // namespace Kel::Opt

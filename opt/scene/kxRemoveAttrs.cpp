@@ -41,7 +41,7 @@ bool kxRemoveAttrs::apply(kxSmartPointer<kxNode>& root)
     walk->_itemInterface = _itemInterface;
     walk->_traversalName = _traversalName;
     walk->setVisitOnce(true);
-    walk->setStructureFixed(true); // attributes are edited, nodes are not
+    walk->setStructureUntouched(true); // attributes are edited, nodes are not
     walk->begin(root);
     while (kxSmartPointer<kxObject> object = walk->getCurrent())
     {

@@ -89,7 +89,7 @@ bool kxShareAttrs::apply(kxSmartPointer<kxNode>& root)
     walk->_itemInterface = _itemInterface;
     walk->_traversalName = _traversalName;
     walk->setVisitOnce(true);
-    walk->setStructureFixed(true); // attributes are edited, nodes are not
+    walk->setStructureUntouched(true); // attributes are edited, nodes are not
     walk->begin(root);
     Pool pool(*this, _attributeList);
     while (kxSmartPointer<kxObject> object = walk->getCurrent())
