@@ -53,7 +53,11 @@ kxNode* findNode(kxNode* root, bool (*question)(kxNode* node, void* context), vo
                                 [&](const kxNode* near) { __builtin_prefetch(&met[near]); });
         }
         else if (stack.size() >= kAhead)
+        {
             prefetchObject(stack[stack.size() - kAhead]);
+            if (const auto* group = kxCast<kxGroup>(stack[stack.size() - kAhead / 2]))
+                prefetchObject(group->_childList);
+        }
         if (bool& known = met[node]; known)
             continue;
         else
