@@ -6,6 +6,10 @@
 #include <algorithm>
 #include <cstring>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 namespace Kel::Gfx
 {
 
@@ -32,6 +36,7 @@ void unpackIndices(const uint8_t* source, uint8_t* rgba, uint32_t width, uint32_
 // The part of a row that lies in one tile has eight bytes in every format, so that moving it is one instruction.
 constexpr size_t kTileRowBytes = 8;
 constexpr size_t kTileRows = 4;
+constexpr uint64_t kFarBytes = uint64_t(4) << 20; // images that leave no room in the caches for anything else
 static_assert(std::all_of(std::begin(kTextureFormats), std::end(kTextureFormats),
                           [](const kxTextureFormatInfo& info)
                           {
@@ -51,6 +56,25 @@ void rowsToTiles(const uint8_t* rows, uint8_t* tiles, size_t rowBytes)
     for (size_t x = 0; x < rowBytes; x += kTileRowBytes)
         for (size_t y = 0; y < kTileRows; ++y, tiles += kTileRowBytes)
             std::memcpy(tiles, rows + y * rowBytes + x, kTileRowBytes);
+}
+
+// The same for tiles that nobody looks at soon, past the caches: their memory need not be read before it is written.
+// `tiles` is aligned to 16 bytes.
+void rowsToFarTiles(const uint8_t* rows, uint8_t* tiles, size_t rowBytes)
+{
+#ifdef __SSE2__
+    for (size_t x = 0; x < rowBytes; x += kTileRowBytes)
+        for (size_t y = 0; y < kTileRows; y += 2, tiles += 2 * kTileRowBytes)
+        {
+            const uint8_t* upper = rows + y * rowBytes + x;
+            const __m128i pair =
+                _mm_unpacklo_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(upper)),
+                                   _mm_loadl_epi64(reinterpret_cast<const __m128i*>(upper + rowBytes)));
+            _mm_stream_si128(reinterpret_cast<__m128i*>(tiles), pair);
+        }
+#else
+    rowsToTiles(rows, tiles, rowBytes);
+#endif
 }
 
 } // namespace
@@ -84,8 +108,20 @@ const uint8_t* kxBandReader::getRow(uint32_t y)
     return m_rgba.data();
 }
 
+// Each row of a band asks for its share of the next one, which is then there when its turn comes: the processor's own guesses
+// start anew with each row. Behind the last band nothing is there, and asking does no harm.
+void kxBandReader::askForNextBand(uint32_t y) const
+{
+    const uint64_t share = m_bandBytes / m_info.tileHeight;
+    const uint64_t start = m_bandBytes * (y / m_info.tileHeight + 1) + share * (y % m_info.tileHeight);
+    const auto pixels = reinterpret_cast<uintptr_t>(m_pixels);
+    for (uint64_t at = start; at < start + share; at += 64)
+        __builtin_prefetch(reinterpret_cast<const void*>(pixels + at));
+}
+
 void kxBandReader::readRow(uint32_t y, uint8_t* rgba)
 {
+    askForNextBand(y);
     if (m_info.kind == kxTextureFormatInfo::BLOCKS)
         std::memcpy(rgba, rowOfBlocks(y), size_t(m_width) * 4);
     else if (m_info.isIndexed())
@@ -131,7 +167,9 @@ kxBandWriter::kxBandWriter(const kxTextureFormatInfo& info, uint8_t* pixels, uin
       m_height(height),
       m_paddedWidth(filledUp(width, info.tileWidth)),
       m_pixelBytes(info.kind == kxTextureFormatInfo::BLOCKS ? 4 : info.bytesPerPixel()),
-      m_bandBytes(getTextureByteSize(info.format, width, info.tileHeight))
+      m_bandBytes(getTextureByteSize(info.format, width, info.tileHeight)),
+      m_isFar(getTextureByteSize(info.format, width, height) >= kFarBytes &&
+              reinterpret_cast<uintptr_t>(pixels) % 16 == 0)
 {
     if (info.tileHeight > 1)
         m_rows.resize(size_t(m_paddedWidth) * m_pixelBytes * info.tileHeight);
@@ -150,7 +188,7 @@ void kxBandWriter::putRow(const uint8_t* rgba)
     {
         // Asks for a quarter of the band's memory, a line at a time: with all of it asked for at once, when the band is whole,
         // the processor would wait instead of converting pixels meanwhile.
-        for (size_t at = 0; at < stride; at += 64)
+        for (size_t at = 0; !m_isFar && at < stride; at += 64)
             __builtin_prefetch(target + rowInBand * stride + at, 1);
         pack(rgba, row, m_width);
     }
@@ -168,7 +206,7 @@ void kxBandWriter::putRow(const uint8_t* rgba)
 void kxBandWriter::writeBand(uint8_t* target, size_t stride) const
 {
     if (m_info.isTiled())
-        return rowsToTiles(m_rows.data(), target, stride);
+        return m_isFar ? rowsToFarTiles(m_rows.data(), target, stride) : rowsToTiles(m_rows.data(), target, stride);
     for (size_t x = 0; x < stride; x += 16, target += getBlockBytes(m_info.format))
     {
         uint8_t block[64];

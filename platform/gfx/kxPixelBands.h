@@ -22,6 +22,7 @@ public:
     void readRow(uint32_t y, uint8_t* rgba);
 
 private:
+    void askForNextBand(uint32_t y) const;
     const uint8_t* rowOfBlocks(uint32_t y);
     const uint8_t* rowOfTiles(uint32_t y);
 
@@ -55,6 +56,7 @@ private:
     uint32_t m_paddedWidth;
     size_t m_pixelBytes; // in m_rows
     uint64_t m_bandBytes;
+    bool m_isFar; // the image is too large for the caches
     uint32_t m_row = 0;
     std::vector<uint8_t> m_rows; // one band: RGBA for blocks, words of the format for tiles
 };

@@ -123,6 +123,26 @@ TEST_F(kxImageTest, TilesStandInRowsHighByteFirst)
     EXPECT_EQ(target->getPixels()[1], 0x11);
 }
 
+// Large images are written past the caches, small ones through them; the pixels are those of the format without tiles. A width
+// and a height that fill no whole tile.
+TEST(kxImage, LargeTiledImagesHoldWhatSmallOnesDo)
+{
+    for (const uint32_t side : {61u, 1501u})
+    {
+        auto image = kxNew<kxImage>();
+        image->setSize(side, side, rgb_888_24);
+        uint8_t* pixels = image->getWritablePixels();
+        for (size_t i = 0; i < image->getByteSize(); ++i)
+            pixels[i] = static_cast<uint8_t>(i * 2654435761u >> 13);
+        auto linear = kxNew<kxImage>(), tiled = kxNew<kxImage>(), linearAgain = kxNew<kxImage>(),
+             tiledAgain = kxNew<kxImage>();
+        ASSERT_TRUE(linear->convert(rgb_565_16, image) && tiled->convert(tiled_rgb_565_16_gamecube, image));
+        ASSERT_TRUE(linearAgain->convert(rgba_8888_32, linear) && tiledAgain->convert(rgba_8888_32, tiled));
+        ASSERT_EQ(linearAgain->getByteSize(), tiledAgain->getByteSize());
+        EXPECT_EQ(std::memcmp(linearAgain->getPixels(), tiledAgain->getPixels(), tiledAgain->getByteSize()), 0) << side;
+    }
+}
+
 /// Every pair of formats: what `canConvert` promises works, shows the nearest picture, and what it denies changes nothing.
 TEST_F(kxImageTest, ConvertsEveryPairAsItPromises)
 {
