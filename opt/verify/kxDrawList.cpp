@@ -462,8 +462,8 @@ private:
         return contents;
     }
     // The run of what was put behind `first`, `kNone` when that is nothing.
-    template <class T>
-    static uint32_t endRun(std::vector<T>& list, uint32_t first)
+    template <class List>
+    static uint32_t endRun(List& list, uint32_t first)
     {
         if (list.size() == first)
             return Contents::kNone;
@@ -666,8 +666,8 @@ private:
     kxTSerialMap<Contents> m_contents;
     kxDelayLine<const kxNode*, 6> m_asked;
     std::vector<uint64_t> m_sayings; // what `hashDrawing` gives
-    std::vector<Setting> m_settings;
-    std::vector<Vertices> m_vertices;
+    std::vector<Setting, kxTHugeAllocator<Setting>> m_settings;
+    std::vector<Vertices, kxTHugeAllocator<Vertices>> m_vertices;
     kxLook m_sum; // of the table's entries
 };
 

@@ -5,6 +5,7 @@
 #include "opt/verify/kxPictureHash.h"
 #include "opt/verify/kxSurface.h"
 #include "platform/core/kxInfo.h"
+#include "platform/core/kxTHugeAllocator.h"
 #include "platform/sg/kxSceneInfo.h"
 
 #include <array>
@@ -66,7 +67,7 @@ public:
     /// False when there were more than `kMaxPaths` paths: the list is cut off.
     bool isComplete() const { return m_complete; }
 
-    const std::vector<Draw>& getDraws() const { return m_draws; }
+    std::span<const Draw> getDraws() const { return m_draws; }
 
     /// What vertex data cover, null for other draws and for data that cannot be measured.
     const kxSurface* getSurface(const Draw& draw) const
@@ -117,8 +118,8 @@ private:
     kxImageSamples m_images;
     uint64_t m_sceneCount = 0;
     bool m_complete = true;
-    std::vector<Draw> m_draws;
-    std::vector<PathStep> m_steps;
+    std::vector<Draw, kxTHugeAllocator<Draw>> m_draws;
+    std::vector<PathStep, kxTHugeAllocator<PathStep>> m_steps;
     std::vector<kxSurface> m_surfaces; // of different vertex data
     std::vector<uint64_t> m_paletteHashes;
     std::unordered_map<uint64_t, uint32_t> m_surfaceNumbers; // + 1, 0 for none, by content and palette

@@ -117,7 +117,7 @@ public:
     void matchUnnamed(const AreAlike& areAlike, std::vector<size_t>& onlyInA, std::vector<size_t>& onlyInB)
     {
         m_ignoreMovers = true;
-        const auto takeUnnamed = [](const std::vector<Draw>& draws, std::vector<size_t>& indices)
+        const auto takeUnnamed = [](std::span<const Draw> draws, std::vector<size_t>& indices)
         {
             std::vector<size_t> unnamed;
             std::erase_if(indices,
@@ -187,7 +187,7 @@ private:
     }
 
     // Of all draws, or of those with the indices.
-    std::vector<Entry> sortedEntries(const std::vector<Draw>& draws, const std::vector<size_t>* indices) const
+    std::vector<Entry> sortedEntries(std::span<const Draw> draws, const std::vector<size_t>* indices) const
     {
         std::vector<Entry> entries(indices ? indices->size() : draws.size());
         for (size_t i = 0; i < entries.size(); ++i)
@@ -258,8 +258,8 @@ private:
         }
     }
 
-    const std::vector<Draw>& m_a;
-    const std::vector<Draw>& m_b;
+    std::span<const Draw> m_a;
+    std::span<const Draw> m_b;
     const kxPictureComparison::Options& m_options;
     double m_extent;
     const AreAlike* m_areAlike = nullptr;
