@@ -4,6 +4,7 @@
 #include "platform/core/kxReport.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstring>
 
@@ -188,6 +189,7 @@ bool kxSurface::measure(const kxGeometryAttr& attr, const kxVertexBlendMatrixLis
 
     m_form = combineHash(variants, m_size);
     m_isEmpty = m_vertices.empty();
+    m_primitiveCount = m_extents.size();
     integrate(m_channels.emplace_back(), [](size_t) { return 1.0; });
     for (uint32_t axis = 0; axis < 3; ++axis)
         // Positions of new vertices are not rounded: they become floating-point numbers.
@@ -197,8 +199,10 @@ bool kxSurface::measure(const kxGeometryAttr& attr, const kxVertexBlendMatrixLis
         m_form = combineHash(m_form, array._semantic.getHash());
         m_form = combineHash(m_form, array._componentCount);
         const float tolerance = toleranceOf(array);
-        if (tolerance == 0 || isOfBones(array))
+        if (isOfBones(array))
             return;
+        if (tolerance == 0)
+            return measureNumbers(array);
         const std::vector<float> values = decode(array);
         for (uint32_t c = 0; c < array._componentCount; ++c)
             addChannel(values, array._componentCount, c, tolerance, stepOf(array));
@@ -215,6 +219,41 @@ bool kxSurface::measure(const kxGeometryAttr& attr, const kxVertexBlendMatrixLis
     m_extents = {};
     m_positions = {};
     return true;
+}
+
+void kxSurface::measureNumbers(const kxVertexArray& array)
+{
+    const std::vector<float> values = decode(array);
+    for (uint32_t component = 0; component < array._componentCount; ++component)
+    {
+        const uint64_t use = combineHash(m_form, component); // the form has the attributes up to this one
+        for (const uint32_t vertex : m_vertices)
+        {
+            const float value = values[size_t(vertex) * array._componentCount + component];
+            const auto [range, isNew] = m_numberRanges.try_emplace(use, value, value);
+            range->second = {std::min(range->second.first, value), std::max(range->second.second, value)};
+        }
+        for (size_t primitive = 0; primitive < m_extents.size(); ++primitive)
+        {
+            const uint32_t* corners = &m_vertices[primitive * m_size];
+            const auto valueAt = [&](uint32_t corner)
+            { return values[size_t(corners[corner]) * array._componentCount + component]; };
+            bool isMixed = false;
+            for (uint32_t c = 1; c < m_size; ++c)
+                isMixed |= valueAt(c) != valueAt(0);
+            const double extent = m_extents[primitive];
+            if (isMixed)
+            {
+                m_mixedArea += extent;
+                continue;
+            }
+            Channel& channel = m_numbers[combineHash(use, std::bit_cast<uint32_t>(valueAt(0)))];
+            channel.sums[0] += extent;
+            for (uint32_t c = 0; c < m_size; ++c)
+                for (size_t axis = 0; axis < 3; ++axis)
+                    channel.sums[1 + axis] += extent / m_size * m_positions[size_t(corners[c]) * 3 + axis];
+        }
+    }
 }
 
 void kxSurface::measureBones(const kxGeometryAttr& attr, const kxVertexBlendMatrixListAttr* palette)
@@ -296,6 +335,16 @@ void kxSurface::add(const kxSurface& other)
         mine.first = theirs.first;
     }
     m_isEmpty &= other.m_isEmpty;
+    m_primitiveCount += other.m_primitiveCount;
+    m_mixedArea += other.m_mixedArea;
+    for (const auto& [use, theirs] : other.m_numberRanges)
+    {
+        const auto [mine, isNew] = m_numberRanges.try_emplace(use, theirs);
+        mine->second = {std::min(mine->second.first, theirs.first), std::max(mine->second.second, theirs.second)};
+    }
+    for (const auto& [number, channel] : other.m_numbers)
+        for (int k = 0; k < 4; ++k)
+            m_numbers[number].sums[k] += channel.sums[k];
     m_weightStep = std::max(m_weightStep, other.m_weightStep);
     for (const auto& [bone, channel] : other.m_bones)
         for (int k = 0; k < 4; ++k)
@@ -335,12 +384,15 @@ bool kxSurface::isAlike(const kxSurface& other) const
     for (int axis = 0; axis < 3; ++axis)
         if (!isNear(m_facing[axis], other.m_facing[axis], area * 1e-4))
             return false;
+    if (m_numberRanges != other.m_numberRanges)
+        return false;
+    const bool isCut = m_primitiveCount != other.m_primitiveCount;
     for (size_t i = 1; i < m_channels.size(); ++i)
     {
         const Channel &mine = m_channels[i], &theirs = other.m_channels[i];
         const bool isPosition = i <= 3;
         const double range = isPosition ? size + placeOf(i) / kPositionTolerance : rangeOf(mine);
-        const double steps = mine.tolerance == kDirectionTolerance ? 2 : 1;
+        const double steps = !isCut ? 0 : mine.tolerance == kDirectionTolerance ? 2 : 1;
         const double slack = mine.tolerance * range + steps * double(std::max(mine.step, theirs.step));
         if (mine.tolerance != kDirectionTolerance &&
             (!isNear(mine.low, theirs.low, slack) || !isNear(mine.high, theirs.high, slack)))
@@ -360,22 +412,26 @@ bool kxSurface::isAlike(const kxSurface& other) const
                         area * slack * (size + placeOf(axis) / kPositionTolerance)))
                 return false;
     }
-    const double weightSlack = area * (kValueTolerance + double(std::max(m_weightStep, other.m_weightStep)));
-    auto hasBonesOf = [&](const kxSurface& a, const kxSurface& b)
+    auto haveAlike =
+        [&](const std::map<uint64_t, Channel>& some, const std::map<uint64_t, Channel>& others, double slack)
     {
-        for (const auto& [bone, channel] : a.m_bones)
+        for (const auto& [number, channel] : some)
         {
-            const auto at = b.m_bones.find(bone);
+            const auto at = others.find(number);
             const Channel none;
-            const Channel& theirs = at == b.m_bones.end() ? none : at->second;
+            const Channel& theirs = at == others.end() ? none : at->second;
             for (size_t k = 0; k < 4; ++k)
                 if (!isNear(channel.sums[k], theirs.sums[k],
-                            weightSlack * (k == 0 ? 1 : size + placeOf(k) / kPositionTolerance)))
+                            slack * (k == 0 ? 1 : size + placeOf(k) / kPositionTolerance)))
                     return false;
         }
         return true;
     };
-    return hasBonesOf(*this, other) && hasBonesOf(other, *this);
+    const double weightStep = isCut ? std::max(m_weightStep, other.m_weightStep) : 0;
+    const double weightSlack = area * (kValueTolerance + weightStep);
+    const double numberSlack = area * kPositionTolerance + m_mixedArea + other.m_mixedArea;
+    return haveAlike(m_bones, other.m_bones, weightSlack) && haveAlike(other.m_bones, m_bones, weightSlack) &&
+           haveAlike(m_numbers, other.m_numbers, numberSlack) && haveAlike(other.m_numbers, m_numbers, numberSlack);
 }
 
 } // namespace Kel::Opt

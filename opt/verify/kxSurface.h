@@ -5,6 +5,7 @@
 #include "platform/attrs/kxVertexBlendMatrixListAttr.h"
 
 #include <map>
+#include <utility>
 #include <vector>
 
 namespace Kel::Opt
@@ -28,9 +29,11 @@ public:
     /// Hash of what must be equal for surfaces to be comparable: the kind of primitives, the attributes and their sizes.
     uint64_t getForm() const { return m_form; }
     /// True when both cover the same within 1e-5 of their size, attributes within 1e-3 of their range. Directions may differ
-    /// by more, because those of new vertices have length 1 and so do not add up. Attributes that are kept in whole numbers
-    /// may be off by one step of the coarser of the two as well (directions by two: length 1 is made good first, in other
-    /// numbers), because those of new vertices are rounded; floating-point numbers have no steps.
+    /// by more, because those of new vertices have length 1 and so do not add up. Where one of the two has more primitives,
+    /// and so has been cut, attributes that are kept in whole numbers may be off by one step of the coarser of the two as well
+    /// (directions by two: length 1 is made good first, in other numbers), because those of new vertices are rounded;
+    /// floating-point numbers have no steps. Plain numbers, such as those of features, must have the same range and cover the
+    /// same places; how a primitive is shared out whose vertices have different ones is not looked at.
     bool isAlike(const kxSurface& other) const;
 
     double getArea() const { return m_channels.empty() ? 0 : m_channels[0].sums[0]; }
@@ -46,6 +49,7 @@ private:
         uint32_t first = 0;  // channel of the first number of the same attribute
     };
 
+    void measureNumbers(const kxVertexArray& array);
     void measureBones(const kxGeometryAttr& attr, const kxVertexBlendMatrixListAttr* palette);
     double rangeOf(const Channel& channel) const;
     template <class Value>
@@ -55,9 +59,13 @@ private:
     uint64_t m_form = 0;
     bool m_isEmpty = true;
     std::vector<Channel> m_channels;
-    double m_facing[3] = {0, 0, 0};      // sum of the triangles' normals by area: turns round with them
-    std::map<uint64_t, Channel> m_bones; // weights of each bone; looked up by what it is
-    float m_weightStep = 0;              // as in Channel, of the weights
+    double m_facing[3] = {0, 0, 0};        // sum of the triangles' normals by area: turns round with them
+    std::map<uint64_t, Channel> m_bones;   // weights of each bone; looked up by what it is
+    float m_weightStep = 0;                // as in Channel, of the weights
+    std::map<uint64_t, Channel> m_numbers; // what is covered by each plain number of each attribute
+    std::map<uint64_t, std::pair<float, float>> m_numberRanges; // smallest and largest of each component
+    double m_mixedArea = 0;                                     // of primitives with different numbers
+    uint64_t m_primitiveCount = 0;
 
     // While vertex data are measured.
     uint32_t m_size = 3;

@@ -178,4 +178,44 @@ TEST(kxSurface, CutsMayRoundByAStep)
     }
 }
 
+// Numbers of features are compared where all corners of a triangle have the same; and what nobody has cut is rounded nowhere.
+TEST(kxSurface, WholeNumbersOfOtherSurfacesAreDifferent)
+{
+    using enum kxComponentType;
+    const char* const kQuad = "Group(Geometry{quad})";
+    const auto withNumbers = [&](const char* semantic, const std::vector<float>& numbers, bool normalized)
+    {
+        return [=](kxNode* root)
+        {
+            auto* geometry = kxCast<kxGeometry>(kxCast<kxGroup>(root)->getChild(0u));
+            geometry->getGeometryAttr()->_arrays->append(
+                makeArray(semantic, UINT8, static_cast<uint32_t>(numbers.size() / 4), numbers, normalized));
+        };
+    };
+    struct Row
+    {
+        const char* semantic;
+        std::vector<float> numbers, others;
+        bool sameCut, sameWhole;
+    };
+    const Row rows[] = {
+        {"_FEATURE_ID_0", {7, 7, 7, 7}, {7, 7, 7, 7}, true, true},
+        {"_FEATURE_ID_0", {7, 7, 7, 7}, {8, 8, 8, 8}, false, false},
+        {"_FEATURE_ID_0", {7, 7, 7, 9}, {7, 7, 7, 9}, true, true},
+        {"_FEATURE_ID_0", {7, 8, 9, 7}, {8, 9, 10, 8}, false, false},
+        {"TEXCOORD_1", {9, 9, 90, 9, 90, 90, 9, 90}, {10, 9, 91, 9, 91, 90, 10, 90}, true, false}, // a step
+    };
+    for (const Row& row : rows)
+    {
+        const bool normalized = row.semantic[0] != '_';
+        TestScene scene = parseScene(kQuad), other = parseScene(kQuad);
+        withNumbers(row.semantic, row.numbers, normalized)(scene.root());
+        withNumbers(row.semantic, row.others, normalized)(other.root());
+        EXPECT_EQ(isSame(scene, other), row.sameWhole) << row.semantic << row.others[0];
+        const auto leave = [](kxGeometry*, kxGeometry*) {};
+        const TestScene cut = cutScene(kQuad, leave, withNumbers(row.semantic, row.others, normalized));
+        EXPECT_EQ(isSame(scene, cut), row.sameCut) << row.semantic << row.others[0];
+    }
+}
+
 } // namespace Kel::Opt
