@@ -1,7 +1,8 @@
 // What the scene optimizations cost for each node, attribute or draw, as the scene and its shape grow.
 //
-// Times are those of the step alone, from caches that hold nothing of the scene; growth is printed at the end. `us_per_unit` is what counts; `walks` says how many plain walks over the same
-// nodes the step took, in the same run, so that figures of different machines can be compared.
+// Times are those of the step alone, from caches that hold nothing of the scene; growth is printed at the end. `us_per_unit` is
+// what counts; `walks` says how many plain walks over the same nodes the step took, in the same run, so that figures of different
+// machines can be compared.
 #include "bench/kxBenchRun.h"
 #include "bench/kxBenchScene.h"
 

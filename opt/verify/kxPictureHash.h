@@ -39,7 +39,8 @@ struct kxJointNames
 
 /// Hashes of how objects look: of their values, never of identities, so that what two loads of a file give can be
 /// compared. Names, user data and where a thing stands in its file do not count; nodes that an object refers to count
-/// by their names, joints of skins by their number. Of a texture's images the first counts: the others show the same to readers that know other kinds of files.
+/// by their names, joints of skins by their number. Of a texture's images the first counts: the others show the same to
+/// readers that know other kinds of files.
 ///
 /// Hashes are kept by object: the objects must neither change nor go between two calls of `forget`.
 class kxPictureHash
