@@ -4,26 +4,17 @@
 // hash is a sum over the table's entries, so that setting one costs the same however many there are.
 #include "opt/verify/kxDrawList.h"
 
-#include "platform/attrs/kxGeometrySetAttr.h"
-#include "platform/attrs/kxParticleAttr.h"
+#include "opt/verify/kxDrawContents.h"
 #include "platform/attrs/kxTextureBindAttr.h"
-#include "platform/core/kxDelayLine.h"
 #include "platform/sg/kxActor.h"
-#include "platform/sg/kxBillboard.h"
-#include "platform/sg/kxCamera.h"
 #include "platform/sg/kxGeometry.h"
-#include "platform/sg/kxInstanceArray.h"
-#include "platform/sg/kxJoint.h"
 #include "platform/sg/kxLightSet.h"
 #include "platform/sg/kxLightStateSet.h"
 #include "platform/sg/kxLod.h"
 #include "platform/sg/kxMaterialVariant.h"
-#include "platform/sg/kxMesh.h"
-#include "platform/sg/kxModelViewMatrixBoneSelect.h"
-#include "platform/sg/kxOverrideAttrSet.h"
 #include "platform/sg/kxPrefetchBranches.h"
 #include "platform/sg/kxShader.h"
-#include "platform/sg/kxTimeTransform.h"
+#include "platform/sg/kxTransform.h"
 
 #include <algorithm>
 #include <limits>
@@ -43,13 +34,6 @@ constexpr uint32_t kNoStep = UINT32_MAX;
 constexpr size_t kShownFirst = 4;
 constexpr size_t kShownLast = 12;
 
-// What is drawn itself, rather than how.
-bool isDrawn(const kxAttr* attr)
-{
-    return attr->isOfType(kxGeometryAttr::staticMetaObject()) ||
-           attr->isOfType(kxGeometrySetAttr::staticMetaObject()) || attr->isOfType(kxParticleAttr::staticMetaObject());
-}
-
 // A level of detail that draws its one child at every distance.
 bool hasNoChoice(const kxLod* lod)
 {
@@ -60,67 +44,6 @@ bool hasNoChoice(const kxLod* lod)
     return (rangeCount < 1 || ranges->get(0) <= 0) &&
            (rangeCount < 2 || ranges->get(1) >= std::numeric_limits<float>::max());
 }
-
-/// What the walk has to look at in nodes of one type; most types say no to most of it.
-struct NodeRole
-{
-    /// The class that says what a group does to what is below it.
-    enum Effect : uint8_t
-    {
-        NOTHING,
-        TRANSFORM,
-        ATTR_SET,
-        SHADER,
-        LIGHT_SET,
-        LIGHT_STATE_SET,
-        ACTOR
-    };
-
-    bool isKnown = false;
-    Effect effect = NOTHING;
-    bool isGroup = false;
-    bool isCamera = false;
-    bool isLod = false;
-    bool isMesh = false;
-    bool isDriven = false; // its nodes move
-    bool isPlaceSeen =
-        false;            // turns, repeats or chooses what is below as its place says: a matrix above is not one below
-    bool saysHow = false; // `hashDrawing` has something to say
-
-    NodeRole() = default;
-    NodeRole(const kxMetaObject* type, kxPictureHash& hash)
-        : isKnown(true),
-          effect(effectOf(type)),
-          isGroup(type->isDerivedFrom(kxGroup::staticMetaObject())),
-          isCamera(type->isDerivedFrom(kxCamera::staticMetaObject())),
-          isLod(type->isDerivedFrom(kxLod::staticMetaObject())),
-          isMesh(type->isDerivedFrom(kxMesh::staticMetaObject())),
-          isDriven(type->isDerivedFrom(kxJoint::staticMetaObject()) ||
-                   type->isDerivedFrom(kxTimeTransform::staticMetaObject())),
-          isPlaceSeen(isLod || type->isDerivedFrom(kxBillboard::staticMetaObject()) ||
-                      type->isDerivedFrom(kxInstanceArray::staticMetaObject()) ||
-                      type->isDerivedFrom(kxModelViewMatrixBoneSelect::staticMetaObject())),
-          saysHow(hash.mayHashDrawing(type))
-    {
-    }
-
-    bool hasContents() const { return effect == ATTR_SET || saysHow; }
-
-    static Effect effectOf(const kxMetaObject* type)
-    {
-        const std::pair<const kxMetaObject*, Effect> effects[] = {
-            {kxTransform::staticMetaObject(), TRANSFORM},
-            {kxAttrSet::staticMetaObject(), ATTR_SET},
-            {kxShader::staticMetaObject(), SHADER},
-            {kxLightSet::staticMetaObject(), LIGHT_SET},
-            {kxLightStateSet::staticMetaObject(), LIGHT_STATE_SET},
-            {kxActor::staticMetaObject(), ACTOR}};
-        for (const auto& [base, effect] : effects)
-            if (type->isDerivedFrom(base))
-                return effect;
-        return NOTHING;
-    }
-};
 
 void storeMatrix(const kxMatrix44d& matrix, std::array<float, 12>& numbers)
 {
@@ -136,7 +59,12 @@ class kxDrawList::Walk
 {
 public:
     Walk(kxDrawList& list, uint32_t parentStep, uint64_t conditions)
-        : m_list(list), m_parentStep(parentStep), m_conditions(conditions)
+        : m_list(list),
+          m_parentStep(parentStep),
+          m_conditions(conditions),
+          m_roles(list.m_hash),
+          m_contents(list.m_hash,
+                     [this](uint64_t images, const kxMaterialVariantList& variants) { noteVariants(images, variants); })
     {
     }
 
@@ -164,34 +92,10 @@ public:
     }
 
 private:
-    struct Setting
-    {
-        const kxMetaObject* type;
-        uint64_t unit;
-        const kxAttr* attr;
-        kxLook look;
-        bool overrides; // set by a set whose attributes none below can replace
-        bool isLast;    // of those of its set
-    };
-    /// Vertex data of a geometry.
-    struct Vertices
-    {
-        const kxAttr* attr;
-        kxLook look; // with the variants
-        uint64_t variants;
-        uint32_t surface; // where no palette of blend matrices is in effect
-        bool hasSurface;  // that is known
-        bool isLast;      // of those of its geometry
-    };
-    /// What a node sets, draws and says, looked up once however many paths lead to it.
-    struct Contents
-    {
-        static constexpr uint32_t kNone = UINT32_MAX;
-        bool isKnown = false;
-        uint32_t firstSetting = kNone;  // in m_settings
-        uint32_t firstVertices = kNone; // in m_vertices
-        uint32_t saying = kNone;        // in m_sayings
-    };
+    using Setting = kxDrawContents::Setting;
+    using Vertices = kxDrawContents::Vertices;
+    using Contents = kxDrawContents::Entry;
+
     struct Undo
     {
         size_t place; // in the table
@@ -221,24 +125,9 @@ private:
         if (childCount >= kWideCount)
             prefetchBranches<8>([&](uint32_t ahead)
                                 { return index + ahead < childCount ? group->getChild(index + ahead) : nullptr; },
-                                [this](const kxNode* node) { askContents(node); });
+                                [this](const kxNode* node) { m_contents.askAhead(node); });
         else
             prefetchBranches(group, index, childCount);
-    }
-
-    // Asks for what is known of a node, and for what that refers to when it has arrived.
-    void askContents(const kxNode* node)
-    {
-        __builtin_prefetch(&m_contents[node]);
-        m_asked.push(node,
-                     [this](const kxNode* earlier)
-                     {
-                         const Contents contents = m_contents.get(earlier);
-                         if (contents.firstSetting != Contents::kNone)
-                             __builtin_prefetch(&m_settings[contents.firstSetting]);
-                         if (contents.firstVertices != Contents::kNone)
-                             __builtin_prefetch(&m_vertices[contents.firstVertices]);
-                     });
     }
 
     // False when the walk has followed as many paths as it may.
@@ -272,7 +161,7 @@ private:
             m_list.addStep(parentStep, node->getName().isEmpty() ? node->getMetaObject()->getName() : node->getName());
         m_path.push_back(step);
 
-        const NodeRole role = roleOf(node->getMetaObject());
+        const kxNodeRole role = m_roles.of(node->getMetaObject());
         if (role.isCamera)
             add(CAMERA, m_list.m_hash.hashDrawing(node));
         if (role.isGroup)
@@ -282,52 +171,42 @@ private:
         return true;
     }
 
-    const NodeRole& roleOf(const kxMetaObject* type)
-    {
-        const uint32_t index = type->getIndex();
-        if (index >= m_roles.size())
-            m_roles.resize(index + 1);
-        if (!m_roles[index].isKnown)
-            m_roles[index] = NodeRole(type, m_list.m_hash);
-        return m_roles[index];
-    }
-
-    void enterGroup(const kxGroup* group, const NodeRole& role)
+    void enterGroup(const kxGroup* group, const kxNodeRole& role)
     {
         Step& step = m_path.back();
         step.childCount = group->getChildCount();
-        const Contents contents = role.hasContents() ? contentsOf(group, role) : Contents();
+        const Contents contents = m_contents.of(group, role);
         if (!role.isLod || !hasNoChoice(static_cast<const kxLod*>(group)))
             noteConditions(group, role, contents);
 
         switch (role.effect)
         {
-        case NodeRole::NOTHING: break;
-        case NodeRole::TRANSFORM:
+        case kxNodeRole::NOTHING: break;
+        case kxNodeRole::TRANSFORM:
             m_matrices.push_back(kxMatrix44d(static_cast<const kxTransform*>(group)->getMatrix()) * top());
             ++step.matrixCount;
             break;
-        case NodeRole::ATTR_SET: enterSet(contents); break;
-        case NodeRole::SHADER:
+        case kxNodeRole::ATTR_SET: enterSet(contents); break;
+        case kxNodeRole::SHADER:
             step.passCount = static_cast<const kxShader*>(group)->getPassCount();
             if (step.passCount > 0)
                 enterPass(step, 0);
             break;
-        case NodeRole::LIGHT_SET:
+        case kxNodeRole::LIGHT_SET:
             for (const kxLightAttr* light : *static_cast<const kxLightSet*>(group)->getLightAttrs())
                 add(LIGHT, m_list.m_hash.hashValue(light));
             break;
-        case NodeRole::LIGHT_STATE_SET: enterLightStates(static_cast<const kxLightStateSet*>(group)); break;
-        case NodeRole::ACTOR: enterActor(static_cast<const kxActor*>(group)); break;
+        case kxNodeRole::LIGHT_STATE_SET: enterLightStates(static_cast<const kxLightStateSet*>(group)); break;
+        case kxNodeRole::ACTOR: enterActor(static_cast<const kxActor*>(group)); break;
         }
     }
 
     void enterSet(const Contents& contents)
     {
-        if (contents.firstSetting != Contents::kNone)
-            applyRun(&m_settings[contents.firstSetting]);
-        if (contents.firstVertices != Contents::kNone)
-            addVerticesRun(&m_vertices[contents.firstVertices]);
+        if (const Setting* settings = m_contents.getSettings(contents))
+            applyRun(settings);
+        if (Vertices* vertices = m_contents.getVertices(contents))
+            addVerticesRun(vertices);
     }
 
     void enterActor(const kxActor* actor)
@@ -346,10 +225,10 @@ private:
         const size_t before = m_undo.size();
         for (const kxLightStateAttr* state : *states->getLightStateAttrs())
             if (state)
-                apply(settingOf(state, m_list.m_hash.hashValue(state->_light).value, false), before);
+                apply(m_contents.settingOf(state, m_list.m_hash.hashValue(state->_light).value, false), before);
     }
 
-    void noteConditions(const kxGroup* group, const NodeRole& role, const Contents& contents)
+    void noteConditions(const kxGroup* group, const kxNodeRole& role, const Contents& contents)
     {
         Step& step = m_path.back();
         step.indexed = !role.isMesh && group->isChildOrderSignificant() != 0;
@@ -358,8 +237,8 @@ private:
             step.placeSeen = true;
             m_places.push_back(m_path.size() - 1);
         }
-        if (contents.saying != Contents::kNone)
-            step.conditions = combineHash(step.conditions, m_sayings[contents.saying]);
+        if (const uint64_t saying = m_contents.getSaying(contents))
+            step.conditions = combineHash(step.conditions, saying);
     }
 
     void enterPass(Step& step, uint32_t pass)
@@ -371,8 +250,8 @@ private:
         {
             const size_t before = m_undo.size();
             for (const kxAttr* attr : *shaderPass->getAttrs())
-                if (attr && !isDrawn(attr))
-                    apply(settingOf(attr, attr->getUnit(), false), before);
+                if (attr && !kxDrawContents::isDrawn(attr))
+                    apply(m_contents.settingOf(attr, attr->getUnit(), false), before);
         }
     }
 
@@ -424,53 +303,6 @@ private:
         m_sum.images -= look.images;
     }
 
-    Setting settingOf(const kxAttr* attr, uint64_t unit, bool overrides)
-    {
-        const kxMetaObject* type = attr->getMetaObject();
-        // Where an attribute is used is part of what is summed up: two textures may change their places.
-        const uint64_t use = combineHash(type->getName().getHash(), slotOf(attr, unit));
-        kxLook look = m_list.m_hash.hashValue(attr);
-        look.value = combineHash(use, look.value);
-        if (look.images)
-            look.images = combineHash(use, look.images);
-        return {type, unit, attr, look, overrides, false};
-    }
-
-    Contents contentsOf(const kxGroup* group, const NodeRole& role)
-    {
-        Contents& contents = m_contents[group];
-        if (contents.isKnown)
-            return contents;
-        contents.isKnown = true;
-        if (const uint64_t saying = role.saysHow ? m_list.m_hash.hashDrawing(group).value : 0)
-        {
-            contents.saying = static_cast<uint32_t>(m_sayings.size());
-            m_sayings.push_back(saying);
-        }
-        if (role.effect != NodeRole::ATTR_SET)
-            return contents;
-        const auto settings = static_cast<uint32_t>(m_settings.size());
-        const auto vertices = static_cast<uint32_t>(m_vertices.size());
-        const bool overrides = group->isOfType(kxOverrideAttrSet::staticMetaObject());
-        for (const kxAttr* attr : *static_cast<const kxAttrSet*>(group)->getAttrs())
-            if (attr && !isDrawn(attr))
-                m_settings.push_back(settingOf(attr, attr->getUnit(), overrides));
-        if (const auto* geometry = kxCast<kxGeometry>(group))
-            noteVertices(geometry);
-        contents.firstSetting = endRun(m_settings, settings);
-        contents.firstVertices = endRun(m_vertices, vertices);
-        return contents;
-    }
-    // The run of what was put behind `first`, `kNone` when that is nothing.
-    template <class List>
-    static uint32_t endRun(List& list, uint32_t first)
-    {
-        if (list.size() == first)
-            return Contents::kNone;
-        list.back().isLast = true;
-        return first;
-    }
-
     void applyRun(const Setting* setting)
     {
         const size_t before = m_undo.size();
@@ -509,41 +341,6 @@ private:
         m_undo.push_back({place, false, m_table[place]});
         subtract(m_table[place].look);
         m_table[place] = setting;
-    }
-
-    // Units of extensions' texture uses are numbered as they are met, so their names stand for them.
-    static uint64_t slotOf(const kxAttr* attr, uint64_t unit)
-    {
-        const auto* bind = kxCast<kxTextureBindAttr>(attr);
-        return bind && !bind->_slot.isEmpty() ? bind->_slot.getHash() : unit;
-    }
-
-    void noteVertices(const kxGeometry* geometry)
-    {
-        kxLook variants;
-        if (geometry->_variants && !geometry->_variants->isEmpty())
-            variants = m_list.m_hash.hashValue(geometry->_variants);
-        const auto note = [&](const kxAttr* attr)
-        {
-            kxLook look = m_list.m_hash.hashValue(attr);
-            look.add(variants);
-            if (variants.images)
-                noteVariants(look.images, *geometry->_variants);
-            m_vertices.push_back({attr, look, variants.value, 0, false, false});
-        };
-        for (const kxAttr* attr : *geometry->getAttrs())
-        {
-            if (!attr || !isDrawn(attr))
-                continue;
-            if (const auto* set = kxCast<kxGeometrySetAttr>(attr))
-            {
-                for (const kxAttr* element : *set->_geometryAttrs)
-                    if (element)
-                        note(element);
-            }
-            else
-                note(attr);
-        }
     }
 
     void addVertices(Vertices& vertices)
@@ -662,12 +459,8 @@ private:
     kxMatrix44d m_identity;
     std::vector<Setting> m_table;
     std::vector<Undo> m_undo;
-    std::vector<NodeRole> m_roles; // by the index of the type
-    kxTSerialMap<Contents> m_contents;
-    kxDelayLine<const kxNode*, 6> m_asked;
-    std::vector<uint64_t> m_sayings; // what `hashDrawing` gives
-    std::vector<Setting, kxTHugeAllocator<Setting>> m_settings;
-    std::vector<Vertices, kxTHugeAllocator<Vertices>> m_vertices;
+    kxNodeRoles m_roles;
+    kxDrawContents m_contents;
     kxLook m_sum; // of the table's entries
 };
 
