@@ -226,6 +226,53 @@ TEST_F(GltfCarried, WhatIsSaidOfPackedDataIsNamed)
     EXPECT_EQ(at("buffers/0/name"), "\"first\"");
 }
 
+// The triangle, and behind it two buffer views of a byte that nobody knows.
+std::string triangleWithViews(const std::string& first, const std::string& second)
+{
+    return replaced(triangleScene(), R"("byteOffset":36,"byteLength":6})",
+                    R"("byteOffset":36,"byteLength":6},{"buffer":0,"byteOffset":42,"byteLength":1,"name":"a")" + first +
+                        R"(},{"buffer":0,"byteOffset":43,"byteLength":1,"name":"b")" + second + "}");
+}
+
+TEST_F(GltfCarried, DataThatOnlyTheBufferNamesAreWritten)
+{
+    roundTrip(
+        replaced(triangleWithViews("", ""), R"({"byteLength":44)",
+                 R"({"extras":{"bufferView":3},"extensions":{"ABC_x":{"bufferView":2,"accessor":1}},"byteLength":44)"));
+    const std::string extras = at("buffers/0/extras/bufferView");
+    EXPECT_EQ(at("bufferViews/" + extras + "/name"), "\"b\"");
+    EXPECT_EQ(at("bufferViews/" + at("buffers/0/extensions/ABC_x/bufferView") + "/name"), "\"a\"");
+    EXPECT_EQ(at("buffers/0/extensions/ABC_x/accessor"), at("meshes/0/primitives/0/indices"));
+    EXPECT_EQ(std::to_string(get("out.bin").size()), at("buffers/0/byteLength"));
+    EXPECT_NE(at("bufferViews/" + extras + "/byteOffset"), "");
+}
+
+TEST_F(GltfCarried, SecondWritingGivesTheSameBytes)
+{
+    const std::string text = triangleWithViews(R"(,"extras":{"bufferView":3},"extensions":{"ABC_x":{"bufferView":4}})",
+                                               R"(},{"buffer":0,"byteLength":2,"name":"c")");
+    roundTrip(replaced(text, R"("mesh":0)", R"("mesh":0,"extras":{"bufferView":2})"));
+    const std::string first = get("out.gltf"), bytes = get("out.bin");
+    roundTrip(first);
+    EXPECT_EQ(get("out.gltf"), first);
+    EXPECT_EQ(get("out.bin"), bytes);
+}
+
+TEST_F(GltfCarried, ExtensionsNameTheAccessorOfThePrimitive)
+{
+    // Of the node, which is written before the primitive, and of the primitive itself.
+    std::string text = replaced(triangleScene(), R"("mesh":0)", R"("mesh":0,"extras":{"accessor":0})");
+    text = replaced(text, R"("indices":1)", R"("indices":1,"extensions":{"CESIUM_primitive_outline":{"indices":1}})");
+    roundTrip(text);
+    EXPECT_EQ(count("accessors"), 2u);
+    EXPECT_EQ(at("nodes/0/extras/accessor"), at("meshes/0/primitives/0/attributes/POSITION"));
+    EXPECT_EQ(at("meshes/0/primitives/0/extensions/CESIUM_primitive_outline/indices"),
+              at("meshes/0/primitives/0/indices"));
+    EXPECT_EQ(at("bufferViews/" + at("accessors/" + at("nodes/0/extras/accessor") + "/bufferView") + "/target"),
+              "34962");
+    EXPECT_EQ(get("out.bin").size(), 44u);
+}
+
 TEST_F(GltfCarried, ExtrasKeepEveryDigit)
 {
     const std::string numbers =
