@@ -495,8 +495,10 @@ class Picture:
                                              "weights": canonical(mesh.get("weights", []))}, geometry.numbers)
 
     def extras(self):
-        """(owner, canonical JSON) of everything that has extras; owners are named, not numbered."""
-        return [(label, canonical(item["extras"], exact=True)) for label, item in self._owners() if "extras" in item]
+        """(owner, canonical JSON) of everything that has extras; owners are named, not numbered. Bytes that the extras
+        refer to stand in their places."""
+        return [(label, canonical(self._withData(item["extras"], ()), exact=True))
+                for label, item in self._owners() if "extras" in item]
 
     def extensions(self):
         """(owner, name, canonical JSON) of every extension; known references are replaced by what they refer to."""
@@ -544,7 +546,7 @@ class Picture:
             data = hashlib.sha256(self.file.bufferView(value["bufferView"])).hexdigest()
             return {**value, "bufferView": data}
         if name.startswith("KHR_materials_") or name in ("KHR_texture_transform", "KHR_node_visibility"):
-            return self.resolved(value, name)
+            return self.resolved(self._withData(value, ()), name)
         resolved = self.resolved(self._withData(value, VIEW_KEYS.get(name, ())))
         if _mayHoldIndices(resolved):
             self.opaque.add(name)
