@@ -216,10 +216,25 @@ uint32_t kxGltfData::addView(const kxGltfBufferView* view)
         m_fault = "a carried buffer view has no bytes";
         return 0;
     }
-    const uint32_t number = addBlock(CARRIED, view->_bytes);
-    if (m_fault.empty() && !m_views[number].carried)
-        m_views[number].carried = view;
-    return number;
+    const auto [known, isNew] = m_carriedViews.try_emplace(view, 0);
+    if (!isNew)
+        return known->second;
+    const uint32_t first = addBlock(CARRIED, view->_bytes);
+    if (!m_fault.empty())
+        return 0;
+    known->second = first;
+    const kxGltfBufferView* other = m_views[first].carried;
+    if (!other)
+        m_views[first].carried = view;
+    else if (other->_name != view->_name || other->_byteStride != view->_byteStride ||
+             other->_target != view->_target || other->_userData || view->_userData)
+    {
+        if (m_isListed)
+            m_fault = "a buffer view is asked for when their list is written";
+        known->second = static_cast<uint32_t>(m_views.size());
+        m_views.push_back({CARRIED, 0, m_views[first].bytes, 0, {}, view->_bytes, view, first});
+    }
+    return known->second;
 }
 
 // What is said of arrays, buffer views and the buffer may refer to more of them, which have to be there before the lists are
@@ -360,8 +375,13 @@ void kxGltfData::writeLists(kxJsonText& json, kxGltfCarriedWriter& carried, cons
     json.beginArray();
     for (View& view : m_views)
     {
-        view.offset = alignUp(m_byteCount, view.carried ? kCarriedAlignment : 4);
-        m_byteCount = alignUp(view.offset + view.bytes);
+        if (view.same != UINT32_MAX)
+            view.offset = m_views[view.same].offset;
+        else
+        {
+            view.offset = alignUp(m_byteCount, view.carried ? kCarriedAlignment : 4);
+            m_byteCount = alignUp(view.offset + view.bytes);
+        }
         json.beginObject();
         if (view.carried && !view.carried->_name.isEmpty())
             json.member("name", view.carried->_name.view());
@@ -450,6 +470,8 @@ bool kxGltfData::writeBytes(const std::function<bool(const void*, uint64_t)>& wr
     auto fillUp = [&] { return put(kZeros, alignUp(written) - written); };
     for (const View& view : m_views)
     {
+        if (view.same != UINT32_MAX)
+            continue;
         if (view.offset < written || view.offset - written >= kCarriedAlignment || !put(kZeros, view.offset - written))
             return false;
         if (view.block && !put(view.block->getData(), view.block->getSize()))

@@ -36,7 +36,8 @@ public:
     const std::string& getFault() const { return m_fault; }
     /// Number of the buffer view of an image's bytes.
     uint32_t addImage(kxMemoryBlock* bytes);
-    /// Number of a buffer view that is carried; one whose bytes are those of an image is the same.
+    /// Number of a buffer view that is carried; one whose bytes are those of an image is the same. Views with the same bytes
+    /// share them.
     uint32_t addView(const kxGltfBufferView* view);
 
     /// Writes "accessors" and "bufferViews" into the root object. Call after everything was added but for what is said of
@@ -69,6 +70,7 @@ private:
         std::vector<uint32_t> accessors;
         kxSmartPointer<kxMemoryBlock> block; // of an image, or carried
         kxSmartPointer<const kxGltfBufferView> carried;
+        uint32_t same = UINT32_MAX; // view that has the bytes, and of which other things are said
     };
     struct Key
     {
@@ -102,6 +104,7 @@ private:
     std::vector<View> m_views;
     std::unordered_map<Key, uint32_t, KeyHash> m_byKey;
     std::unordered_map<const kxMemoryBlock*, uint32_t> m_blocks; // views of blocks that are written as they are
+    std::unordered_map<const kxGltfBufferView*, uint32_t> m_carriedViews;
     size_t m_unplaced = 0;
     bool m_isComplete = false; // every use but `OTHER` is known
     bool m_isListed = false;

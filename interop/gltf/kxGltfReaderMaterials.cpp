@@ -29,10 +29,10 @@ static_assert(std::size(kTextureExtensions) == std::size(kImageSourceExtensions)
 
 const kxKnownKeys kImageKeys = {"image", kImageMembers, {}};
 const kxKnownKeys kSamplerKeys = {"sampler", kSamplerMembers, {}};
-const kxKnownKeys kTextureKeys = {"texture", kTextureMembers, kTextureExtensions};
-const kxKnownKeys kPlainUseKeys = {"texture use", kPlainUse, kUseExtensions};
-const kxKnownKeys kScaledUseKeys = {"texture use", kScaledUse, kUseExtensions};
-const kxKnownKeys kStrengthUseKeys = {"texture use", kStrengthUse, kUseExtensions};
+const kxKnownKeys kTextureKeys = {"texture", kTextureMembers, kTextureExtensions, true};
+const kxKnownKeys kPlainUseKeys = {"texture use", kPlainUse, kUseExtensions, true};
+const kxKnownKeys kScaledUseKeys = {"texture use", kScaledUse, kUseExtensions, true};
+const kxKnownKeys kStrengthUseKeys = {"texture use", kStrengthUse, kUseExtensions, true};
 
 } // namespace
 
