@@ -321,6 +321,9 @@ TEST_F(GltfCarried, IndicesWithinWhatIsKnownInPartAreFollowed)
         replaced(text, R"("type":"VEC3"})",
                  R"("type":"VEC3","sparse":{"count":1,"indices":{"bufferView":1,"componentType":5123},)"
                  R"("values":{"bufferView":0,"extras":{"bufferView":3},"extensions":{"ABC_gone":{"accessor":1}}}}})");
+    text = replaced(
+        text, R"("asset")",
+        R"("materials":[{"pbrMetallicRoughness":{"extras":{"bufferView":3},"extensions":{"ABC_gone":{"bufferView":2}}}}],"asset")");
     roundTrip(text);
     const auto nameAt = [&](const std::string& place) { return at("bufferViews/" + at(place) + "/name"); };
     const std::string spot = "extensions/KHR_lights_punctual/lights/0/spot/", values = "accessors/0/sparse/values/";
@@ -328,6 +331,8 @@ TEST_F(GltfCarried, IndicesWithinWhatIsKnownInPartAreFollowed)
     EXPECT_EQ(nameAt(spot + "extensions/ABC_in/bufferView"), "\"a\"");
     EXPECT_EQ(at(spot + "extensions/ABC_gone/bufferView"), "-1");
     EXPECT_EQ(nameAt(values + "extras/bufferView"), "\"b\"");
+    EXPECT_EQ(nameAt("materials/0/pbrMetallicRoughness/extras/bufferView"), "\"b\"");
+    EXPECT_EQ(nameAt("materials/0/pbrMetallicRoughness/extensions/ABC_gone/bufferView"), "\"a\"");
     EXPECT_EQ(at(values + "extensions/ABC_gone/accessor"), at("meshes/0/primitives/0/indices"));
     loadText(text);
     EXPECT_EQ(m_warnings, "scene.gltf: extension ABC_in is not known; it is carried as it is, and indices in it may no "
