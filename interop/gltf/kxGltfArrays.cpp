@@ -350,10 +350,11 @@ kxSmartPointer<kxMemoryBlock> kxGltfArrays::getViewBytes(uint32_t index)
 {
     if (index >= m_views.size() || !bytesOf(index))
         return nullptr;
-    View& view = m_views[index];
-    if (!view.block)
-        view.block = m_buffers[view.buffer].data->slice(view.offset, view.bytes);
-    return view.block;
+    const View& view = m_views[index];
+    auto& block = m_slices[{view.buffer, view.offset, view.bytes}];
+    if (!block)
+        block = m_buffers[view.buffer].data->slice(view.offset, view.bytes);
+    return block;
 }
 
 kxGltfBufferView* kxGltfArrays::getView(uint32_t index)
@@ -368,7 +369,7 @@ kxGltfBufferView* kxGltfArrays::getView(uint32_t index)
         if (!view.used)
             m_faults.warn("buffer view that only an extension may use is left out",
                           kxFormat("buffer view %u, %s", index, reason.c_str()));
-        view.used = true;
+        view.used = view.leftOut = true;
         return nullptr;
     };
     // A scene can be drawn without these bytes, so what is wrong with them does not refuse the file.
@@ -391,23 +392,78 @@ kxGltfBufferView* kxGltfArrays::getView(uint32_t index)
     return object;
 }
 
+std::vector<uint32_t> kxGltfArrays::findUnusedViews()
+{
+    // Ranges that are taken, by buffer and begin; they lie apart from each other.
+    std::map<std::pair<uint32_t, uint64_t>, uint64_t> taken;
+    const auto overlaps = [&](uint32_t buffer, uint64_t begin, uint64_t end)
+    {
+        auto at = taken.lower_bound({buffer, end});
+        return at != taken.begin() && (--at)->first.first == buffer && at->second > begin;
+    };
+    const auto take = [&](uint32_t buffer, uint64_t begin, uint64_t end)
+    {
+        while (overlaps(buffer, begin, end))
+        {
+            const auto at = std::prev(taken.lower_bound({buffer, end}));
+            begin = std::min(begin, at->first.second);
+            end = std::max(end, at->second);
+            taken.erase(at);
+        }
+        if (begin < end)
+            taken[{buffer, begin}] = end;
+    };
+    for (const View& view : m_views)
+        if (view.used && !view.leftOut)
+            take(view.buffer, view.offset, view.offset + view.bytes);
+    std::vector<uint32_t> unused;
+    std::set<std::array<uint64_t, 3>> same; // views of the same bytes share them
+    for (uint32_t i = 0; i < m_views.size(); ++i)
+    {
+        View& view = m_views[i];
+        if (view.used)
+            continue;
+        const uint64_t end = view.offset + view.bytes;
+        const bool isNew = same.insert({view.buffer, view.offset, view.bytes}).second;
+        view.overlaps = isNew && overlaps(view.buffer, view.offset, end);
+        if (view.overlaps)
+        {
+            same.erase({view.buffer, view.offset, view.bytes});
+            continue;
+        }
+        take(view.buffer, view.offset, end);
+        unused.push_back(i);
+    }
+    return unused;
+}
+
 void kxGltfArrays::setViewUsed(uint32_t view)
 {
     if (view < m_views.size())
         m_views[view].used = true;
 }
 
-kxSmartPointer<kxUserData> kxGltfArrays::takeBufferData(kxStringRef& name)
+void kxGltfArrays::warnOfLost()
 {
     const auto saysMore = [&](const kxJsonValue& json, const kxKnownKeys& known)
-    { return findMember(json, "name") || m_carried.read(json, known); };
+    { return findMember(json, "name") || m_carried.saysMore(json, known); };
     for (uint32_t i = 1; i < m_buffers.size(); ++i)
         if (saysMore(*m_buffers[i].json, kBufferKeys))
             m_faults.warn("buffers become one, and what is said of this one is not carried", kxFormat("buffer %u", i));
     for (uint32_t i = 0; i < m_views.size(); ++i)
-        if (!m_views[i].object && saysMore(*m_views[i].json, kViewKeys))
+    {
+        const View& view = m_views[i];
+        if (!view.used && view.overlaps)
+            m_faults.warn("buffer view that nobody refers to lies over others and is left out",
+                          kxFormat("buffer view %u", i));
+        else if (!view.object && !view.leftOut && saysMore(*view.json, kViewKeys))
             m_faults.warn("values are packed anew, and what is said of their buffer view is not carried",
                           kxFormat("buffer view %u", i));
+    }
+}
+
+kxSmartPointer<kxUserData> kxGltfArrays::takeBufferData(kxStringRef& name)
+{
     if (m_buffers.empty())
         return nullptr;
     const kxJsonValue& first = *m_buffers[0].json;

@@ -43,13 +43,16 @@ public:
     /// A buffer view as a thing to be carried, the same object every time; null for an index out of range and, with a
     /// warning, where its bytes are not there.
     kxGltfBufferView* getView(uint32_t view);
-    uint32_t getViewCount() const { return static_cast<uint32_t>(m_views.size()); }
-    /// True once something has asked for bytes of the view, or they are known to be of no use to anybody else.
-    bool isViewUsed(uint32_t view) const { return m_views[view].used; }
+    /// Buffer views that nobody has asked for and that can be carried all the same. Those that lie over others are no bytes of
+    /// their own, and many of them would become far more bytes than the file has: they are left out.
+    std::vector<uint32_t> findUnusedViews();
+    /// Notes that bytes of the view are known to be of no use to anybody else.
     void setViewUsed(uint32_t view);
-    /// Name, extras and extensions of the first buffer. Those of the others, and of buffer views that are not carried as
-    /// such, go with the packing of the data; there is a warning. Call when all else has been read.
+    /// Name, extras and extensions of the first buffer.
     kxSmartPointer<kxUserData> takeBufferData(kxStringRef& name);
+    /// Warns of what is said of the other buffers, and of buffer views that are not carried as such: it goes with the packing of
+    /// the data. Call when all else has been read.
+    void warnOfLost();
 
     /// Bytes of a file that a URI of the scene names; null, with the reason, when it may not or cannot be read. A URI that
     /// may not be followed refuses the file.
@@ -72,7 +75,8 @@ private:
         std::string_view compression;
         const kxJsonValue* json = nullptr;
         bool used = false;
-        kxSmartPointer<kxMemoryBlock> block; // the bytes as a whole, once asked for
+        bool leftOut = false;  // and there is a warning of its own
+        bool overlaps = false; // nobody asked for it, and it lies over others
         kxSmartPointer<kxGltfBufferView> object;
     };
     struct Accessor
@@ -115,6 +119,7 @@ private:
     std::vector<Buffer> m_buffers;
     std::vector<View> m_views;
     std::vector<Accessor> m_accessors;
+    std::map<std::array<uint64_t, 3>, kxSmartPointer<kxMemoryBlock>> m_slices; // of whole views: buffer, offset, bytes
     std::map<std::array<uint64_t, 4>, kxSmartPointer<kxMemoryBlock>> m_interleaved; // view, start, stride, count
     uint64_t m_denseBudget = 0; // bytes that may still be made from nothing
 };

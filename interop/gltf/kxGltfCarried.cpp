@@ -18,6 +18,11 @@ std::string escapeKey(std::string_view key)
     return escaped;
 }
 
+std::string_view unescapeKey(std::string_view key)
+{
+    return key.substr(0, 1) == "$" ? key.substr(1) : key;
+}
+
 bool isKnown(std::span<const std::string_view> names, std::string_view name)
 {
     return std::find(names.begin(), names.end(), name) != names.end();
@@ -31,6 +36,23 @@ bool isKnownInPart(std::span<const std::string_view> names, std::string_view nam
                            return known.size() > name.size() && known[name.size()] == '/' &&
                                   known.substr(0, name.size()) == name;
                        });
+}
+
+// True for an extension of which only some properties are known when it becomes fields.
+bool isTakenInPart(const kxKnownKeys& keys, std::string_view name, const kxJsonValue& extension)
+{
+    if (!isKnownInPart(keys.extensions, name) || !keys.carriesUnusable)
+        return isKnownInPart(keys.extensions, name);
+    if (!extension.IsObject())
+        return false;
+    size_t known = 0, found = 0;
+    for (const std::string_view path : keys.extensions)
+        if (path.size() > name.size() && path[name.size()] == '/' && path.substr(0, name.size()) == name)
+        {
+            ++known;
+            found += findMember(extension, path.substr(name.size() + 1)) != nullptr;
+        }
+    return known > 1 || found;
 }
 
 // Calls back with what is not known of an object at `path` that is known in part, and of those within.
@@ -93,16 +115,18 @@ kxSmartPointer<kxUserData> kxGltfCarriedReader::read(const kxJsonValue& object, 
                 m_faults.warn("extensions are not an object and are left out", known.place);
             else
                 for (auto ext = at->value.MemberBegin(); ext != at->value.MemberEnd(); ++ext)
-                    if (isKnownInPart(known.extensions, textOf(ext->name)))
+                    if (isTakenInPart(known, textOf(ext->name), ext->value))
                         visitUnknown(ext->value, known.extensions, std::string(textOf(ext->name)), isPending);
                     else
                         pending |= !isKnown(known.extensions, textOf(ext->name));
             continue;
         }
-        if (isKnownInPart(known.members, key))
+        if (!isKnownInPart(known.members, key))
+            pending = true;
+        else if (at->value.IsObject())
             visitUnknown(at->value, known.members, std::string(key), isPending);
         else
-            pending = true;
+            m_faults.warn("property is no object and is left out", std::string(known.place) + ", " + std::string(key));
     }
     if (pending)
     {
@@ -112,6 +136,18 @@ kxSmartPointer<kxUserData> kxGltfCarriedReader::read(const kxJsonValue& object, 
         m_held.push_back(userData);
     }
     return userData;
+}
+
+bool kxGltfCarriedReader::saysMore(const kxJsonValue& object, const kxKnownKeys& known)
+{
+    const size_t pending = m_pending.size();
+    const bool found = read(object, known) != nullptr;
+    if (m_pending.size() > pending)
+    {
+        m_pending.pop_back();
+        m_held.pop_back();
+    }
+    return found;
 }
 
 bool kxGltfCarriedReader::writeReference(kxJsonText& json, kxGltfKind kind, uint32_t index,
@@ -161,10 +197,39 @@ void kxGltfCarriedReader::write(kxJsonText& json, const kxJsonValue& value, cons
     else
     {
         const auto mark = value.IsNumber() && !marks.empty() ? marks.find(&value) : marks.end();
-        if (mark == marks.end() || !readIndex(value, index) ||
-            !writeReference(json, mark->second, index, nullptr, userData))
+        if (mark == marks.end() || !readIndex(value, index))
             writeValue(json, value);
+        else if (!writeReference(json, mark->second, index, nullptr, userData))
+        {
+            // As a number it would name whatever has that number when the file is written.
+            m_faults.warn("reference to a thing that is not there becomes -1",
+                          std::string(pointerPrefix(mark->second).substr(1)) + std::to_string(index));
+            json.integer(-1);
+        }
     }
+}
+
+void kxGltfCarriedReader::writeExtension(kxJsonText& json, std::string_view name, const char* place,
+                                         const kxJsonValue& extension, kxUserData& userData)
+{
+    const kxGltfMarks marks = markIndices(name, place, extension);
+    write(json, extension, marks, userData);
+    warnOfIndices(name, extension, marks);
+}
+
+// A property that is not known of an object that is known in part.
+void kxGltfCarriedReader::writeInner(kxJsonText& json, std::string_view key, const char* place,
+                                     const kxJsonValue& value, kxUserData& userData)
+{
+    if (key != "extensions" || !value.IsObject())
+        return write(json, value, key == "extras" ? markData(value) : kxGltfMarks(), userData);
+    json.beginObject();
+    for (auto at = value.MemberBegin(); at != value.MemberEnd(); ++at)
+    {
+        json.key(escapeKey(textOf(at->name)));
+        writeExtension(json, textOf(at->name), place, at->value, userData);
+    }
+    json.endObject();
 }
 
 void kxGltfCarriedReader::warnOfIndices(std::string_view name, const kxJsonValue& extension, const kxGltfMarks& marks)
@@ -190,8 +255,7 @@ void kxGltfCarriedReader::finish()
         json.beginObject();
         unknown.beginObject();
         bool hasUnknown = false;
-        auto takeMarked =
-            [&](const std::string& path, std::string_view key, const kxJsonValue& value, const kxGltfMarks& marks)
+        const auto openInner = [&](const std::string& path, std::string_view key) -> kxJsonText&
         {
             auto at = std::find_if(inner.begin(), inner.end(), [&](const auto& entry) { return entry.first == path; });
             if (at == inner.end())
@@ -200,20 +264,18 @@ void kxGltfCarriedReader::finish()
                 at->second.beginObject();
             }
             at->second.key(escapeKey(key));
-            write(at->second, value, marks, *pending.userData);
+            return at->second;
         };
         auto takeInner = [&](const std::string& path, std::string_view key, const kxJsonValue& value)
-        { takeMarked(path, key, value, kxGltfMarks()); };
+        { writeInner(openInner(path, key), key, known.place, value, *pending.userData); };
         const auto takeExtension = [&](std::string_view name, const kxJsonValue& extension)
         {
             if (isKnown(known.extensions, name))
                 return;
-            if (isKnownInPart(known.extensions, name))
+            if (isTakenInPart(known, name, extension))
                 return visitUnknown(extension, known.extensions, std::string(name), takeInner);
-            const kxGltfMarks marks = markIndices(name, known.place, extension);
             json.key(name);
-            write(json, extension, marks, *pending.userData);
-            warnOfIndices(name, extension, marks);
+            writeExtension(json, name, known.place, extension, *pending.userData);
         };
         for (auto at = pending.object->MemberBegin(); at != pending.object->MemberEnd(); ++at)
         {
@@ -221,7 +283,7 @@ void kxGltfCarriedReader::finish()
             if (key == "extras")
             {
                 if (const kxGltfMarks marks = markData(at->value); !marks.empty())
-                    takeMarked(std::string(key), "", at->value, marks);
+                    write(openInner(std::string(key), ""), at->value, marks, *pending.userData);
                 continue;
             }
             if (isKnown(known.members, key))
@@ -305,8 +367,7 @@ void kxGltfCarriedWriter::writeMembers(kxJsonText& json, const kxJsonValue& obje
 {
     for (auto at = object.MemberBegin(); at != object.MemberEnd(); ++at)
     {
-        const std::string_view key = textOf(at->name);
-        json.key(key.substr(0, 1) == "$" ? key.substr(1) : key);
+        json.key(unescapeKey(textOf(at->name)));
         writeLinked(json, at->value, userData);
     }
 }
@@ -354,8 +415,7 @@ void kxGltfCarriedWriter::write(kxJsonText& json, const kxUserData* userData, co
     if (unknown && unknown->IsObject())
         for (auto at = unknown->MemberBegin(); at != unknown->MemberEnd(); ++at)
         {
-            const std::string_view key = textOf(at->name);
-            const std::string_view name = key.substr(0, 1) == "$" ? key.substr(1) : key;
+            const std::string_view name = unescapeKey(textOf(at->name));
             if (std::find(m_skipped.begin(), m_skipped.end(), name) != m_skipped.end())
                 continue;
             json.key(name);

@@ -27,6 +27,9 @@ struct kxKnownKeys
     const char* place; ///< "node", "material" and so on
     std::span<const std::string_view> members;
     std::span<const std::string_view> extensions;
+    /// An extension of which some properties are known, but which is no object or has nothing of the single one that makes it
+    /// of use, is carried like an unknown one. False where the reader says that it leaves out such a thing.
+    bool carriesUnusable = false;
 };
 
 /// Collects what is carried while a file is read.
@@ -38,6 +41,8 @@ public:
     /// Extras, extensions and unknown properties of a JSON object; null when it has none. The extensions are filled in by
     /// `finish`, when every object that they may refer to exists.
     kxSmartPointer<kxUserData> read(const kxJsonValue& object, const kxKnownKeys& known);
+    /// True when `read` would find something; nothing of it is kept.
+    bool saysMore(const kxJsonValue& object, const kxKnownKeys& known);
     /// Resolves references and names the extensions that may hold some which cannot be followed.
     void finish();
 
@@ -56,6 +61,10 @@ private:
     };
 
     void write(kxJsonText& json, const kxJsonValue& value, const kxGltfMarks& marks, kxUserData& userData);
+    void writeExtension(kxJsonText& json, std::string_view name, const char* place, const kxJsonValue& extension,
+                        kxUserData& userData);
+    void writeInner(kxJsonText& json, std::string_view key, const char* place, const kxJsonValue& value,
+                    kxUserData& userData);
     bool writeReference(kxJsonText& json, kxGltfKind kind, uint32_t index, const std::string_view* rest,
                         kxUserData& userData);
 
@@ -90,8 +99,8 @@ public:
     void writeInner(kxJsonText& json, const kxUserData* userData, std::string_view path);
     /// True when something is carried of the object at `path` or of one within it.
     static bool hasInner(const kxUserData* userData, std::string_view path);
-    /// Unknown property of that name as JSON text, empty when there is none; `write` writes only those that are not asked for
-    /// here first.
+    /// Unknown property of that name as JSON text, empty when there is none. `write` writes it all the same, unless it is
+    /// skipped.
     std::string getUnknown(const kxUserData* userData, std::string_view name) const;
     /// Leaves out an unknown property of the next `write`.
     void skipUnknown(std::string_view name) { m_skipped.emplace_back(name); }

@@ -113,12 +113,17 @@ bool kxGltfData::makeSparse(Accessor& accessor)
     return true;
 }
 
+kxGltfData::Key kxGltfData::withUse(Key key, Use use)
+{
+    key.shape = (key.shape & ~uint64_t(0xff00)) | use << 8;
+    return key;
+}
+
 uint32_t kxGltfData::addArray(const kxVertexArray* array, Use use, bool needsBounds)
 {
     if (!m_fault.empty() || !array->userCheckLoaded(m_fault))
         return 0;
     needsBounds |= array->_hasBounds;
-    const uint32_t elementBytes = array->getElementBytes();
     const Key key{array->_count ? array->getElement(0) : nullptr,
                   array->_stride,
                   array->_count,
@@ -126,34 +131,75 @@ uint32_t kxGltfData::addArray(const kxVertexArray* array, Use use, bool needsBou
                       uint64_t(array->_matrix) << 2 | uint64_t(array->_normalized) << 1 | uint64_t(array->_sparse),
                   array->_name.getNumber(),
                   array->_userData.get()};
-    const auto [at, isNew] = m_byKey.emplace(key, static_cast<uint32_t>(m_accessors.size()));
-    if (!isNew)
+    auto [at, isNew] = m_byKey.emplace(key, static_cast<uint32_t>(m_accessors.size()));
+    if (isNew && use == OTHER)
+        at->second = findForOther(key);
+    else if (isNew && m_unplaced)
     {
-        m_accessors[at->second].hasBounds |= needsBounds;
-        return at->second;
+        // What only others have asked for so far goes where this use wants it.
+        const auto other = m_byKey.find(withUse(key, OTHER));
+        if (other != m_byKey.end() && !m_accessors[other->second].isPlaced)
+        {
+            at->second = other->second;
+            --m_unplaced;
+            place(at->second, use);
+        }
     }
     const uint32_t number = at->second;
-    Accessor& accessor = m_accessors.emplace_back(Accessor{array, UINT32_MAX, needsBounds});
-    if (array->_sparse && use != INDICES && makeSparse(accessor))
+    if (number < m_accessors.size())
+    {
+        m_accessors[number].hasBounds |= needsBounds;
+        return number;
+    }
+    if (m_isListed)
+    {
+        m_fault = "values are asked for when their list is written";
+        m_byKey.erase(at);
+        return 0;
+    }
+    m_accessors.push_back({array, needsBounds});
+    if (use == OTHER && !m_isComplete)
+        ++m_unplaced;
+    else
+        place(number, use);
+    return number;
+}
+
+uint32_t kxGltfData::findForOther(const Key& key) const
+{
+    for (const Use use : {INDICES, VERTICES, BIND_MATRICES, KEYS, INSTANCES})
+        if (const auto at = m_byKey.find(withUse(key, use)); at != m_byKey.end())
+            return at->second;
+    return static_cast<uint32_t>(m_accessors.size());
+}
+
+void kxGltfData::place(uint32_t number, Use use)
+{
+    Accessor& accessor = m_accessors[number];
+    const kxVertexArray& array = *accessor.array;
+    accessor.isPlaced = true;
+    if (array._sparse && use != INDICES && makeSparse(accessor))
     {
         // The values of all accessors of a view are written one after the other, so both views have to know this one.
         m_views[viewFor(SPARSE_INDICES, 0)].accessors.push_back(number);
         m_views[viewFor(SPARSE_VALUES, 0)].accessors.push_back(number);
-        return number;
+        return;
     }
+    const uint32_t elementBytes = array.getElementBytes();
     const auto stride = static_cast<uint32_t>(use == VERTICES ? alignUp(elementBytes) : 0);
     accessor.view = viewFor(use, stride);
     View& view = m_views[accessor.view];
     accessor.offset = view.bytes;
-    view.bytes = alignUp(view.bytes + static_cast<uint64_t>(array->_count) * (stride ? stride : elementBytes));
+    view.bytes = alignUp(view.bytes + static_cast<uint64_t>(array._count) * (stride ? stride : elementBytes));
     view.accessors.push_back(number);
-    return number;
 }
 
 uint32_t kxGltfData::addBlock(Use use, kxMemoryBlock* bytes)
 {
     const auto [at, isNew] = m_blocks.emplace(bytes, static_cast<uint32_t>(m_views.size()));
-    if (isNew)
+    if (isNew && m_isListed)
+        m_fault = "bytes are asked for when the list of buffer views is written";
+    else if (isNew)
         m_views.push_back({use, 0, bytes->getSize(), 0, {}, bytes, nullptr});
     return at->second;
 }
@@ -170,30 +216,70 @@ uint32_t kxGltfData::addView(const kxGltfBufferView* view)
         m_fault = "a carried buffer view has no bytes";
         return 0;
     }
-    const uint32_t number = addBlock(CARRIED, view->_bytes);
-    if (!m_views[number].carried)
-        m_views[number].carried = view;
-    return number;
+    const auto [known, isNew] = m_carriedViews.try_emplace(view, 0);
+    if (!isNew)
+        return known->second;
+    const uint32_t first = addBlock(CARRIED, view->_bytes);
+    if (!m_fault.empty())
+        return 0;
+    known->second = first;
+    const kxGltfBufferView* other = m_views[first].carried;
+    if (!other)
+        m_views[first].carried = view;
+    else if (other->_name != view->_name || other->_byteStride != view->_byteStride ||
+             other->_target != view->_target || other->_userData || view->_userData)
+    {
+        if (m_isListed)
+            m_fault = "a buffer view is asked for when their list is written";
+        known->second = static_cast<uint32_t>(m_views.size());
+        m_views.push_back({CARRIED, 0, m_views[first].bytes, 0, {}, view->_bytes, view, first});
+    }
+    return known->second;
 }
 
-// What is said of arrays and buffer views may refer to more of them, which have to be there before the lists are written.
-void kxGltfData::addReferred()
+// What is said of arrays, buffer views and the buffer may refer to more of them, which have to be there before the lists are
+// written. A trial of the writing finds them in the order in which the file names them: who reads it and writes it again gives
+// them the same numbers.
+void kxGltfData::addReferred(kxGltfCarriedWriter& carried, const kxUserData* ofBuffer)
 {
-    const auto add = [&](const kxUserData* userData)
+    const auto add = [&](const kxUserData* userData, bool isSparse)
     {
-        for (uint32_t i = 0; userData && i < userData->getReferenceCount(); ++i)
-            if (const auto* array = kxCast<kxVertexArray>(userData->getReference(i)))
-                addArray(array, OTHER, false);
-            else if (const auto* view = kxCast<kxGltfBufferView>(userData->getReference(i)))
-                addView(view);
+        if (!userData || userData->getReferenceCount() == 0)
+            return;
+        kxJsonText trial;
+        trial.beginObject();
+        if (isSparse)
+            for (const char* path : {"sparse/indices", "sparse/values", "sparse"})
+                carried.writeInner(trial, userData, path);
+        carried.write(trial, userData);
     };
-    for (size_t array = 0, view = 0; array < m_accessors.size() || view < m_views.size();)
-    {
+    m_isComplete = true;
+    for (uint32_t i = 0; i < m_accessors.size() && m_unplaced; ++i)
+        if (!m_accessors[i].isPlaced)
+        {
+            place(i, OTHER);
+            --m_unplaced;
+        }
+    size_t array = 0, view = 0;
+    for (bool isBufferDone = false;;)
         if (array < m_accessors.size())
-            add(m_accessors[array++].array->_userData);
-        else if (const kxGltfBufferView* carried = m_views[view++].carried)
-            add(carried->_userData);
-    }
+        {
+            const Accessor& accessor = m_accessors[array++];
+            add(accessor.array->_userData, accessor.sparseCount != 0);
+        }
+        else if (view < m_views.size())
+        {
+            if (const kxGltfBufferView* source = m_views[view++].carried)
+                add(source->_userData, false);
+        }
+        else if (!isBufferDone)
+        {
+            isBufferDone = true;
+            add(ofBuffer, false);
+        }
+        else
+            break;
+    m_isListed = true;
 }
 
 void kxGltfData::writeBounds(kxJsonText& json, const kxVertexArray& array) const
@@ -225,9 +311,9 @@ void kxGltfData::writeBounds(kxJsonText& json, const kxVertexArray& array) const
     }
 }
 
-void kxGltfData::writeLists(kxJsonText& json, kxGltfCarriedWriter& carried)
+void kxGltfData::writeLists(kxJsonText& json, kxGltfCarriedWriter& carried, const kxUserData* ofBuffer)
 {
-    addReferred();
+    addReferred(carried, ofBuffer);
     if (!m_accessors.empty())
     {
         json.key("accessors");
@@ -289,8 +375,13 @@ void kxGltfData::writeLists(kxJsonText& json, kxGltfCarriedWriter& carried)
     json.beginArray();
     for (View& view : m_views)
     {
-        view.offset = alignUp(m_byteCount, view.carried ? kCarriedAlignment : 4);
-        m_byteCount = alignUp(view.offset + view.bytes);
+        if (view.same != UINT32_MAX)
+            view.offset = m_views[view.same].offset;
+        else
+        {
+            view.offset = alignUp(m_byteCount, view.carried ? kCarriedAlignment : 4);
+            m_byteCount = alignUp(view.offset + view.bytes);
+        }
         json.beginObject();
         if (view.carried && !view.carried->_name.isEmpty())
             json.member("name", view.carried->_name.view());
@@ -379,7 +470,9 @@ bool kxGltfData::writeBytes(const std::function<bool(const void*, uint64_t)>& wr
     auto fillUp = [&] { return put(kZeros, alignUp(written) - written); };
     for (const View& view : m_views)
     {
-        if (!put(kZeros, view.offset - written))
+        if (view.same != UINT32_MAX)
+            continue;
+        if (view.offset < written || view.offset - written >= kCarriedAlignment || !put(kZeros, view.offset - written))
             return false;
         if (view.block && !put(view.block->getData(), view.block->getSize()))
             return false;

@@ -9,6 +9,7 @@
 #include <climits>
 #include <cmath>
 #include <cstring>
+#include <limits>
 
 namespace Kel::Gltf
 {
@@ -16,10 +17,11 @@ namespace Kel::Gltf
 namespace
 {
 
-// A number of up to 17 digits is told apart from others by its nearest double; one with more may not be.
-bool hasManyDigits(const char* number, size_t& length)
+// True for a number that would not come back as it stands: a double tells apart all numbers of up to 15 digits, but not zeros of
+// either sign from each other once it is an integer, nor numbers next to zero.
+bool needsText(const char* number, double value, size_t& length)
 {
-    constexpr size_t kDigits = 17;
+    constexpr size_t kDigits = 15;
     size_t digits = 0;
     bool inExponent = false;
     const char* at = number;
@@ -30,7 +32,8 @@ bool hasManyDigits(const char* number, size_t& length)
         digits += !inExponent && *at >= '0' && *at <= '9' && !isLeading;
     }
     length = static_cast<size_t>(at - number);
-    return digits > kDigits;
+    const bool isTiny = digits && std::abs(value) < std::numeric_limits<double>::min();
+    return digits > kDigits || isTiny || (value == 0 && *number == '-');
 }
 
 // Hands the parser's events to the document and ends the parsing where brackets nest too deep. Numbers of extras that a
@@ -46,7 +49,7 @@ public:
 
     bool Null() { return m_document.Null(); }
     bool Bool(bool b) { return m_document.Bool(b); }
-    bool Int(int i) { return m_document.Int(i); }
+    bool Int(int i) { return i == 0 && m_depth >= m_extrasDepth ? Double(0) : m_document.Int(i); } // with a minus
     bool Uint(unsigned i) { return m_document.Uint(i); }
     bool Int64(int64_t i) { return m_document.Int64(i); }
     bool Uint64(uint64_t i) { return m_document.Uint64(i); }
@@ -54,7 +57,7 @@ public:
     {
         // The parser reads on in a copy of the stream, which itself still stands at the number.
         size_t length = 0;
-        if (m_depth >= m_extrasDepth && hasManyDigits(m_stream.src_, length))
+        if (m_depth >= m_extrasDepth && needsText(m_stream.src_, d, length))
             return m_document.String(m_stream.src_, static_cast<rapidjson::SizeType>(length), false);
         return m_document.Double(d);
     }

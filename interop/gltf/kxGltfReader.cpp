@@ -27,7 +27,7 @@ constexpr std::string_view kRootMembers[] = {"asset",
                                              "extensionsUsed",
                                              "extensionsRequired"};
 constexpr std::string_view kRootExtensions[] = {"KHR_lights_punctual/lights"};
-const kxKnownKeys kRootKeys = {"file", kRootMembers, kRootExtensions};
+const kxKnownKeys kRootKeys = {"file", kRootMembers, kRootExtensions, true};
 
 /// Extensions without which nothing can be drawn, and for which there is no decoder here.
 constexpr std::string_view kUndecodable[] = {"KHR_draco_mesh_compression", "EXT_meshopt_compression",
@@ -283,12 +283,13 @@ void kxGltfReader::finishInfo()
             m_info->_unusedArrays->append(array);
         }
     m_carried.finish(); // of the unused things, which may bring buffer views into use
-    for (uint32_t i = 0; i < m_arrays.getViewCount(); ++i)
-        if (!m_arrays.isViewUsed(i))
-            if (kxGltfBufferView* view = m_arrays.getView(i))
-                m_info->_unusedViews->append(view);
     m_info->_bufferUserData = m_arrays.takeBufferData(m_info->_bufferName);
     m_carried.finish();
+    for (const uint32_t index : m_arrays.findUnusedViews())
+        if (kxGltfBufferView* view = m_arrays.getView(index))
+            m_info->_unusedViews->append(view);
+    m_carried.finish();
+    m_arrays.warnOfLost();
 }
 
 } // namespace Kel::Gltf

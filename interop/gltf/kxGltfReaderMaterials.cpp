@@ -18,6 +18,20 @@ constexpr std::string_view kTextureMembers[] = {"name", "source", "sampler"};
 constexpr std::string_view kMaterialMembers[] = {
     "name",      "pbrMetallicRoughness", "normalTexture", "occlusionTexture", "emissiveTexture", "emissiveFactor",
     "alphaMode", "alphaCutoff",          "doubleSided"};
+// Where the other properties of the surface hold references.
+constexpr std::string_view kLinkedMaterialMembers[] = {"name",
+                                                       "pbrMetallicRoughness/baseColorFactor",
+                                                       "pbrMetallicRoughness/baseColorTexture",
+                                                       "pbrMetallicRoughness/metallicFactor",
+                                                       "pbrMetallicRoughness/roughnessFactor",
+                                                       "pbrMetallicRoughness/metallicRoughnessTexture",
+                                                       "normalTexture",
+                                                       "occlusionTexture",
+                                                       "emissiveTexture",
+                                                       "emissiveFactor",
+                                                       "alphaMode",
+                                                       "alphaCutoff",
+                                                       "doubleSided"};
 constexpr std::string_view kPlainUse[] = {"index", "texCoord"};
 constexpr std::string_view kScaledUse[] = {"index", "texCoord", "scale"};
 constexpr std::string_view kStrengthUse[] = {"index", "texCoord", "strength"};
@@ -29,10 +43,10 @@ static_assert(std::size(kTextureExtensions) == std::size(kImageSourceExtensions)
 
 const kxKnownKeys kImageKeys = {"image", kImageMembers, {}};
 const kxKnownKeys kSamplerKeys = {"sampler", kSamplerMembers, {}};
-const kxKnownKeys kTextureKeys = {"texture", kTextureMembers, kTextureExtensions};
-const kxKnownKeys kPlainUseKeys = {"texture use", kPlainUse, kUseExtensions};
-const kxKnownKeys kScaledUseKeys = {"texture use", kScaledUse, kUseExtensions};
-const kxKnownKeys kStrengthUseKeys = {"texture use", kStrengthUse, kUseExtensions};
+const kxKnownKeys kTextureKeys = {"texture", kTextureMembers, kTextureExtensions, true};
+const kxKnownKeys kPlainUseKeys = {"texture use", kPlainUse, kUseExtensions, true};
+const kxKnownKeys kScaledUseKeys = {"texture use", kScaledUse, kUseExtensions, true};
+const kxKnownKeys kStrengthUseKeys = {"texture use", kStrengthUse, kUseExtensions, true};
 
 } // namespace
 
@@ -261,6 +275,7 @@ void kxGltfReader::readMaterial(Material& material, const kxJsonValue& json, uin
     const std::string where = kxFormat("material %u", index);
     kxMaterialAttr& attr = *material.attr;
     attr._name = nameOf(json, "material", index);
+    bool isLinked = false;
     if (const kxJsonValue* pbr = findMember(json, "pbrMetallicRoughness"))
     {
         readFloatsMember(*pbr, "baseColorFactor", &attr._baseColorFactor.x, 4, where);
@@ -278,12 +293,13 @@ void kxGltfReader::readMaterial(Material& material, const kxJsonValue& json, uin
             else if (key != "baseColorFactor" && key != "metallicFactor" && key != "roughnessFactor")
             {
                 hasRest = true;
+                isLinked = isLinked || holdsReferences(key, at->value);
                 rest.key(key);
                 writeValue(rest, at->value);
             }
         }
         rest.endObject();
-        if (hasRest)
+        if (hasRest && !isLinked)
         {
             attr._extensionNames->append("pbrMetallicRoughness");
             attr._extensionProperties->append(kxStringRef(rest.str()));
@@ -316,7 +332,10 @@ void kxGltfReader::readMaterial(Material& material, const kxJsonValue& json, uin
             known.push_back(name);
             readMaterialExtension(material, std::string(name), at->value, where);
         }
-    m_knownKeys.push_back({"material", kMaterialMembers, known});
+    if (isLinked)
+        m_knownKeys.push_back({"material", kLinkedMaterialMembers, known});
+    else
+        m_knownKeys.push_back({"material", kMaterialMembers, known});
     attr._userData = m_carried.read(json, m_knownKeys.back());
 }
 

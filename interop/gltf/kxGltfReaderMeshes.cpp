@@ -346,7 +346,11 @@ void kxGltfReader::readVariants(kxGeometry& geometry, const kxJsonValue& json, c
             uint32_t index = 0;
             if (readIndex(*number, index) && index <= INT32_MAX)
                 variant->_variants->append(static_cast<int32_t>(index));
+            else
+                m_faults.warn("variant that is no number is left out", where);
         }
+        if (variant->_variants->getCount() == 0)
+            continue;
         appendMaterial(*variant->_attrs, material);
         variant->_userData = m_carried.read(*at, kMappingKeys);
         if (!geometry._variants)

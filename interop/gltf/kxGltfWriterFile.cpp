@@ -42,7 +42,7 @@ bool kxGltfWriter::writeJson()
         for (const kxGltfBufferView* view : *m_info->_unusedViews)
             if (view)
                 m_data.addView(view);
-    m_data.writeLists(m_json, m_carried);
+    m_data.writeLists(m_json, m_carried, m_info ? m_info->_bufferUserData.get() : nullptr);
     writeBuffers();
     writeExtensionLists();
     m_json.endObject();

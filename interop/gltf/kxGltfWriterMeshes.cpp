@@ -276,6 +276,7 @@ void kxGltfWriter::writeMaterial(const kxGltfGraph::Material& material)
 
     const bool hasSurface = attr._baseColorFactor != usual._baseColorFactor || attr._metallicFactor != 1 ||
                             attr._roughnessFactor != 1 || !moreOfSurface.empty() ||
+                            kxGltfCarriedWriter::hasInner(attr._userData, "pbrMetallicRoughness") ||
                             std::any_of(core.begin(), core.end(),
                                         [](const kxTextureBindAttr* bind) {
                                             return bind->_slot.view() == "baseColorTexture" ||
@@ -306,6 +307,7 @@ void kxGltfWriter::writeMaterial(const kxGltfGraph::Material& material)
                 writeValue(m_json, at->value);
             }
         }
+        m_carried.writeInner(m_json, attr._userData, "pbrMetallicRoughness");
         m_json.endObject();
     }
     writeCore("normalTexture");

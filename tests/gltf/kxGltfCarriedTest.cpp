@@ -163,7 +163,9 @@ TEST_F(GltfCarried, BytesStayWithTheExtensionsThatReadThem)
     ASSERT_TRUE(directory) << m_errors;
     EXPECT_THAT(m_warnings, ::testing::HasSubstr("buffer view 8, buffer 1, \"gone.bin\": "));
     EXPECT_THAT(m_warnings, ::testing::HasSubstr("extension ABC_own is not known")); // "values" may be anything
-    EXPECT_EQ(std::count(m_warnings.begin(), m_warnings.end(), '\n'), 2) << m_warnings;
+    EXPECT_THAT(m_warnings,
+                ::testing::HasSubstr("bufferViews/99: reference to a thing that is not there becomes -1 (and 1 more)"));
+    EXPECT_EQ(std::count(m_warnings.begin(), m_warnings.end(), '\n'), 3) << m_warnings;
     const auto slice = [&](size_t begin, size_t count)
     { return std::string(bytes.begin() + begin, bytes.begin() + begin + count); };
     const auto check = [&](const char* name)
@@ -182,9 +184,9 @@ TEST_F(GltfCarried, BytesStayWithTheExtensionsThatReadThem)
         EXPECT_EQ(bytesAt("extensions/MSFT_audio_emitter/clips/0/bufferView"), slice(60, 21));
         EXPECT_EQ(at("images/0/bufferView"), at("extensions/MSFT_audio_emitter/clips/0/bufferView"));
         EXPECT_EQ(at("nodes/0/extras"),
-                  "{\"sound\":{\"bufferView\":" + at("images/0/bufferView") + "},\"accessor\":99,\"n\":5}");
+                  "{\"sound\":{\"bufferView\":" + at("images/0/bufferView") + "},\"accessor\":-1,\"n\":5}");
         EXPECT_EQ(at("extensions/ABC_own/deep/0/bufferView"), at(table + "values"));
-        EXPECT_EQ(at("extensions/ABC_own/deep/2"), R"({"iconTexture":"x","values":3,"bufferView":99})");
+        EXPECT_EQ(at("extensions/ABC_own/deep/2"), R"({"iconTexture":"x","values":3,"bufferView":-1})");
         EXPECT_EQ(at("extensions/ABC_pointer/to"), "\"/bufferViews/" + at(table + "stringOffsets") + "\"");
         const std::string accessor = "accessors/" + at("extensions/ABC_own/deep/1/accessor");
         EXPECT_EQ(at(accessor + "/count"), "3");
@@ -217,19 +219,152 @@ TEST_F(GltfCarried, WhatIsSaidOfPackedDataIsNamed)
     std::string text = replaced(triangleScene(), R"("byteOffset":36)", R"("byteOffset":36,"name":"indices")");
     text = replaced(text, R"({"byteLength":44)", R"({"name":"first","byteLength":44)");
     text = text.substr(0, text.size() - 2) + R"(,{"byteLength":1,"extras":1}]})";
+    text = replaced(text, R"("byteLength":6})",
+                    R"("byteLength":6},{"name":"gone","buffer":1,"byteLength":1,"extras":{"accessor":9}})");
     ASSERT_TRUE(loadText(text)) << m_errors;
     EXPECT_EQ(
         m_warnings,
+        "scene.gltf: buffer view 2, its buffer names no file: buffer view that only an extension may use is left out\n"
         "scene.gltf: buffer 1: buffers become one, and what is said of this one is not carried\n"
         "scene.gltf: buffer view 1: values are packed anew, and what is said of their buffer view is not carried\n");
     roundTrip(text);
     EXPECT_EQ(at("buffers/0/name"), "\"first\"");
 }
 
+// The triangle, and behind it two buffer views of a byte that nobody knows.
+std::string triangleWithViews(const std::string& first, const std::string& second)
+{
+    return replaced(triangleScene(), R"("byteOffset":36,"byteLength":6})",
+                    R"("byteOffset":36,"byteLength":6},{"buffer":0,"byteOffset":42,"byteLength":1,"name":"a")" + first +
+                        R"(},{"buffer":0,"byteOffset":43,"byteLength":1,"name":"b")" + second + "}");
+}
+
+TEST_F(GltfCarried, DataThatOnlyTheBufferNamesAreWritten)
+{
+    roundTrip(
+        replaced(triangleWithViews("", ""), R"({"byteLength":44)",
+                 R"({"extras":{"bufferView":3},"extensions":{"ABC_x":{"bufferView":2,"accessor":1}},"byteLength":44)"));
+    const std::string extras = at("buffers/0/extras/bufferView");
+    EXPECT_EQ(at("bufferViews/" + extras + "/name"), "\"b\"");
+    EXPECT_EQ(at("bufferViews/" + at("buffers/0/extensions/ABC_x/bufferView") + "/name"), "\"a\"");
+    EXPECT_EQ(at("buffers/0/extensions/ABC_x/accessor"), at("meshes/0/primitives/0/indices"));
+    EXPECT_EQ(std::to_string(get("out.bin").size()), at("buffers/0/byteLength"));
+    EXPECT_NE(at("bufferViews/" + extras + "/byteOffset"), "");
+}
+
+TEST_F(GltfCarried, SecondWritingGivesTheSameBytes)
+{
+    const std::string text = triangleWithViews(R"(,"extras":{"bufferView":3},"extensions":{"ABC_x":{"bufferView":4}})",
+                                               R"(},{"buffer":0,"byteLength":2,"name":"c")");
+    roundTrip(replaced(text, R"("mesh":0)", R"("mesh":0,"extras":{"bufferView":2})"));
+    const std::string first = get("out.gltf"), bytes = get("out.bin");
+    roundTrip(first);
+    EXPECT_EQ(get("out.gltf"), first);
+    EXPECT_EQ(get("out.bin"), bytes);
+}
+
+TEST_F(GltfCarried, ExtensionsNameTheAccessorOfThePrimitive)
+{
+    // Of the node, which is written before the primitive, and of the primitive itself.
+    std::string text = replaced(triangleScene(), R"("mesh":0)", R"("mesh":0,"extras":{"accessor":0})");
+    text = replaced(text, R"("indices":1)", R"("indices":1,"extensions":{"CESIUM_primitive_outline":{"indices":1}})");
+    roundTrip(text);
+    EXPECT_EQ(count("accessors"), 2u);
+    EXPECT_EQ(at("nodes/0/extras/accessor"), at("meshes/0/primitives/0/attributes/POSITION"));
+    EXPECT_EQ(at("meshes/0/primitives/0/extensions/CESIUM_primitive_outline/indices"),
+              at("meshes/0/primitives/0/indices"));
+    EXPECT_EQ(at("bufferViews/" + at("accessors/" + at("nodes/0/extras/accessor") + "/bufferView") + "/target"),
+              "34962");
+    EXPECT_EQ(get("out.bin").size(), 44u);
+}
+
+TEST_F(GltfCarried, BytesOfManyViewsAreWrittenOnce)
+{
+    // The same bytes again and again, with and without a name, and others that lie over them or over the triangle.
+    std::string views, numbers;
+    for (int i = 0; i < 20; ++i)
+        views += i % 2 ? R"(},{"buffer":0,"byteOffset":42,"byteLength":2)"
+                       : R"(},{"buffer":0,"byteOffset":42,"byteLength":2,"name":"n)" + std::to_string(i) + '"';
+    const std::string over = R"(},{"buffer":0,"byteOffset":41,"byteLength":3,"name":"over")";
+    const std::string scene = replaced(triangleScene(), R"("byteLength":6})", R"("byteLength":6)" + views + over + "}");
+    auto directory = loadText(scene);
+    ASSERT_TRUE(directory) << m_errors;
+    EXPECT_EQ(m_warnings,
+              "scene.gltf: buffer view 22: buffer view that nobody refers to lies over others and is left out\n");
+    for (const char* name : {"out.kxb", "out.gltf"})
+    {
+        ASSERT_TRUE(save(*directory, name)) << m_errors;
+        directory = load(name);
+        ASSERT_TRUE(directory) << m_errors;
+    }
+    open("out.gltf");
+    EXPECT_EQ(get("out.bin").size(), 48u + 4);
+    ASSERT_EQ(count("bufferViews"), 22u);
+    for (size_t i = 0; i < 20; ++i)
+    {
+        EXPECT_EQ(at(kxFormat("bufferViews/%zu/name", i + 2)), i % 2 ? "" : kxFormat("\"n%zu\"", i));
+        EXPECT_EQ(at(kxFormat("bufferViews/%zu/byteOffset", i + 2)), "48");
+    }
+    // One that lies over others and is referred to is nobody's to drop.
+    roundTrip(replaced(scene, R"("mesh":0)", R"("mesh":0,"extras":{"bufferView":22})"));
+    EXPECT_EQ(at("bufferViews/" + at("nodes/0/extras/bufferView") + "/name"), "\"over\"");
+}
+
+TEST_F(GltfCarried, IndicesWithinWhatIsKnownInPartAreFollowed)
+{
+    std::string text = triangleWithViews("", "");
+    text =
+        replaced(text, R"("asset")",
+                 R"("extensions":{"KHR_lights_punctual":{"lights":[{"type":"spot","spot":{"extras":{"bufferView":3},)"
+                 R"("extensions":{"ABC_in":{"bufferView":2,"node":0},"ABC_gone":{"bufferView":9}}}}]}},"asset")");
+    text =
+        replaced(text, R"("type":"VEC3"})",
+                 R"("type":"VEC3","sparse":{"count":1,"indices":{"bufferView":1,"componentType":5123},)"
+                 R"("values":{"bufferView":0,"extras":{"bufferView":3},"extensions":{"ABC_gone":{"accessor":1}}}}})");
+    text = replaced(
+        text, R"("asset")",
+        R"("materials":[{"pbrMetallicRoughness":{"extras":{"bufferView":3},"extensions":{"ABC_gone":{"bufferView":2}}}}],"asset")");
+    roundTrip(text);
+    const auto nameAt = [&](const std::string& place) { return at("bufferViews/" + at(place) + "/name"); };
+    const std::string spot = "extensions/KHR_lights_punctual/lights/0/spot/", values = "accessors/0/sparse/values/";
+    EXPECT_EQ(nameAt(spot + "extras/bufferView"), "\"b\"");
+    EXPECT_EQ(nameAt(spot + "extensions/ABC_in/bufferView"), "\"a\"");
+    EXPECT_EQ(at(spot + "extensions/ABC_gone/bufferView"), "-1");
+    EXPECT_EQ(nameAt(values + "extras/bufferView"), "\"b\"");
+    EXPECT_EQ(nameAt("materials/0/pbrMetallicRoughness/extras/bufferView"), "\"b\"");
+    EXPECT_EQ(nameAt("materials/0/pbrMetallicRoughness/extensions/ABC_gone/bufferView"), "\"a\"");
+    EXPECT_EQ(at(values + "extensions/ABC_gone/accessor"), at("meshes/0/primitives/0/indices"));
+    loadText(text);
+    EXPECT_EQ(m_warnings, "scene.gltf: extension ABC_in is not known; it is carried as it is, and indices in it may no "
+                          "longer fit\n"
+                          "scene.gltf: bufferViews/9: reference to a thing that is not there becomes -1\n");
+}
+
+TEST_F(GltfCarried, NothingUnusableIsLostWithoutAWord)
+{
+    const std::string textures =
+        R"("textures":[{"extensions":{"MSFT_texture_dds":{"extras":{"e":4.5}},"KHR_texture_basisu":7.5}}],)"
+        R"("materials":[{"normalTexture":{"index":0,"extensions":{"KHR_texture_transform":7}}}])";
+    std::string text = replaced(triangleScene(), R"("scene":0)", textures + R"(,"scene":0)");
+    text = replaced(text, R"("asset")",
+                    R"("extensions":{"KHR_lights_punctual":{"lights":[{"type":"spot","spot":7}]}},"asset")");
+    roundTrip(replaced(text, R"("indices":1)",
+                       R"("indices":1,"material":0,"extensions":{"KHR_materials_variants":{"mappings":[)"
+                       R"({"material":0,"variants":["x"]},{"material":0,"variants":["y",0]}]}})"));
+    EXPECT_EQ(at("textures/0/extensions"), R"({"MSFT_texture_dds":{"extras":{"e":4.5}},"KHR_texture_basisu":7.5})");
+    EXPECT_EQ(at("materials/0/normalTexture/extensions"), R"({"KHR_texture_transform":7})");
+    EXPECT_EQ(at("meshes/0/primitives/0/extensions/KHR_materials_variants/mappings"),
+              R"([{"variants":[0],"material":0}])");
+    loadText(get("scene.gltf"));
+    EXPECT_EQ(m_warnings, "scene.gltf: light, spot: property is no object and is left out\n"
+                          "scene.gltf: mesh 0, primitive 0: variant that is no number is left out (and 1 more)\n");
+}
+
 TEST_F(GltfCarried, ExtrasKeepEveryDigit)
 {
     const std::string numbers =
         R"({"big":123456789012345678901234567890,"long":[-0.12345678901234567890123e-5,1.5],"text":"3.14159265358979323846",)"
+        R"("close":[0.90071992547409932,0.90071992547409931,9007199254740993.0,-0,-0.0,1e-400,3e-310],)"
         R"("deep":{"extras":{"x":18446744073709551616},"y":1.00000000000000000000001},"last":98765432109876543210})";
     std::string text = replaced(
         triangleScene(), R"("mesh":0)",

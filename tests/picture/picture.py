@@ -230,7 +230,8 @@ class Picture:
 
     def _material(self, index):
         material = {} if index is None else self.file.item("materials", index)
-        filled = self.resolved({**MATERIAL_DEFAULTS, **{k: v for k, v in material.items() if k != "name"}})
+        material = self._withData({k: v for k, v in material.items() if k != "name"}, ())
+        filled = self.resolved({**MATERIAL_DEFAULTS, **material})
         if filled["alphaMode"] != "MASK":
             del filled["alphaCutoff"]
         return canonical(filled)
@@ -244,11 +245,11 @@ class Picture:
         result = {**LIGHT_DEFAULTS, **light}
         if light.get("type") == "spot":
             result["spot"] = {**SPOT_DEFAULTS, **spot}
-        return canonical(result)
+        return canonical(self._withData(result, ()))
 
     def camera(self, index):
         camera = self.file.item("cameras", index)
-        return canonical({k: v for k, v in camera.items() if k not in ("name", "extras")})
+        return canonical(self._withData({k: v for k, v in camera.items() if k not in ("name", "extras")}, ()))
 
     def variants(self, primitive):
         """Name of variant -> material, of one primitive."""
@@ -495,8 +496,10 @@ class Picture:
                                              "weights": canonical(mesh.get("weights", []))}, geometry.numbers)
 
     def extras(self):
-        """(owner, canonical JSON) of everything that has extras; owners are named, not numbered."""
-        return [(label, canonical(item["extras"], exact=True)) for label, item in self._owners() if "extras" in item]
+        """(owner, canonical JSON) of everything that has extras; owners are named, not numbered. Bytes that the extras
+        refer to stand in their places."""
+        return [(label, canonical(self._withData(item["extras"], ()), exact=True))
+                for label, item in self._owners() if "extras" in item]
 
     def extensions(self):
         """(owner, name, canonical JSON) of every extension; known references are replaced by what they refer to."""
@@ -524,6 +527,10 @@ class Picture:
     def extensionValue(self, name, value):
         if not isinstance(value, dict):
             return value
+        if name == "KHR_draco_mesh_compression":
+            data = hashlib.sha256(self.file.bufferView(value["bufferView"])).hexdigest()
+            return {**value, "bufferView": data}
+        value = self._withData(value, VIEW_KEYS.get(name, ()))
         if name in IMAGE_SOURCES and "source" in value:
             return {**value, "source": self.file.imageSum(value["source"])}
         if name == "KHR_lights_punctual":
@@ -540,12 +547,9 @@ class Picture:
                                             for key, accessor in value.get("attributes", {}).items()}}
         if name == "KHR_animation_pointer" and "pointer" in value:
             return {**value, "pointer": self.pointer(value["pointer"])}
-        if name == "KHR_draco_mesh_compression":
-            data = hashlib.sha256(self.file.bufferView(value["bufferView"])).hexdigest()
-            return {**value, "bufferView": data}
         if name.startswith("KHR_materials_") or name in ("KHR_texture_transform", "KHR_node_visibility"):
             return self.resolved(value, name)
-        resolved = self.resolved(self._withData(value, VIEW_KEYS.get(name, ())))
+        resolved = self.resolved(value)
         if _mayHoldIndices(resolved):
             self.opaque.add(name)
         return resolved

@@ -105,7 +105,8 @@ def makeScene():
         "nodes": [{"name": "Root", "children": [BOX, BONE, EYE, LAMP, GRASS], "translation": [100, 0, 0]},
                   {"name": "Box", "mesh": 0, "translation": [1, 2, 3], "scale": [2, 2, 2],
                    "extras": {"id": 7}, "extensions": {"VEN_tag": {"colour": "green"}}},
-                  {"name": "Bone", "mesh": 1, "skin": 0, "translation": [0, 4, 0]},
+                  {"name": "Bone", "mesh": 1, "skin": 0, "translation": [0, 4, 0],
+                   "extras": {"own": [{"bufferView": table}]}},
                   {"name": "Eye", "camera": 0}, {"name": "Lamp", "extensions": {"KHR_lights_punctual": {"light": 0}}},
                   {"name": "Grass", "mesh": 0, "translation": [1, 2, 3], "rotation": [0, 0.6, 0, 0.8],
                    "scale": [2, 2, 2], "extensions": {
@@ -207,10 +208,15 @@ def renumbered(b):
     channels[1]["target"]["extensions"]["KHR_animation_pointer"]["pointer"] = f"/nodes/{last - BONE}/rotation"
 
 
+def extrasMoved(b, data):
+    b.json["nodes"][BONE]["extras"]["own"][0]["bufferView"] = b.view(data)
+
+
 def tableMoved(b, data=b"values of a table"):
-    """The bytes that extensions read in a buffer view of their own, with another number."""
+    """The bytes that extensions and extras name in a buffer view of their own, with another number."""
     extensions = b.json["extensions"]
     extensions["VEN_sound"]["clips"][0]["bufferView"] = b.view(data)
+    extrasMoved(b, data)
     extensions["EXT_structural_metadata"]["propertyTables"][0]["properties"]["p"]["values"] = b.view(data)
 
 
@@ -268,6 +274,7 @@ SAME_PICTURE_OTHER_INVENTORY = [
      "extension: only in A: nodes 'Box' = VEN_tag"),
     ("bytes of extensions changed", lambda b: tableMoved(b, b"values of nothing"),
      "extension: only in A: file = EXT_structural_metadata"),
+    ("bytes of extras changed", lambda b: extrasMoved(b, b"values of nothing"), "extras: only in A: nodes 'Bone'"),
     ("a declaration dropped", put(("extensionsUsed",), ["KHR_lights_punctual"]),
      "extensionsUsed: only in A: 'VEN_tag'"),
     ("a material taken for one of the same look", materialTaken, "mesh 'Quad' primitive 0: material name"),
