@@ -28,14 +28,16 @@ bool isKnown(std::span<const std::string_view> names, std::string_view name)
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
+// True for a path that leads on from another one.
+bool isBelow(std::string_view path, std::string_view other)
+{
+    return path.size() > other.size() && path[other.size()] == '/' && path.substr(0, other.size()) == other;
+}
+
 // True when only some properties of the object are known.
 bool isKnownInPart(std::span<const std::string_view> names, std::string_view name)
 {
-    return std::any_of(names.begin(), names.end(),
-                       [&](std::string_view known) {
-                           return known.size() > name.size() && known[name.size()] == '/' &&
-                                  known.substr(0, name.size()) == name;
-                       });
+    return std::any_of(names.begin(), names.end(), [&](std::string_view known) { return isBelow(known, name); });
 }
 
 // True for an extension of which only some properties are known when it becomes fields.
@@ -47,7 +49,7 @@ bool isTakenInPart(const kxKnownKeys& keys, std::string_view name, const kxJsonV
         return false;
     size_t known = 0, found = 0;
     for (const std::string_view path : keys.extensions)
-        if (path.size() > name.size() && path[name.size()] == '/' && path.substr(0, name.size()) == name)
+        if (isBelow(path, name))
         {
             ++known;
             found += findMember(extension, path.substr(name.size() + 1)) != nullptr;
@@ -390,8 +392,7 @@ bool kxGltfCarriedWriter::hasInner(const kxUserData* userData, std::string_view 
                        [&](const auto& member)
                        {
                            const std::string_view name = textOf(member.name);
-                           return name.substr(0, path.size()) == path &&
-                                  (name.size() == path.size() || name[path.size()] == '/');
+                           return name == path || isBelow(name, path);
                        });
 }
 

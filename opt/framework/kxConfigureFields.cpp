@@ -1,4 +1,5 @@
 // Sets an object's fields from a section of a script: what every optimization's settings and the driver's own go through.
+#include "opt/framework/kxNumberText.h"
 #include "opt/framework/kxOptInterface.h"
 #include "platform/core/kxRegistry.h"
 #include "platform/core/kxReport.h"
@@ -104,10 +105,6 @@ private:
         store(value);
         echo("(%s:%d) ", m_key.c_str(), value);
         return true;
-    }
-    static bool looksLikeNumber(std::string_view text)
-    {
-        return !text.empty() && (text[0] == '-' || text[0] == '+' || (text[0] >= '0' && text[0] <= '9'));
     }
     /// Line of the field's key, 0 when there is none that has not been read.
     int findUnreadLine() const

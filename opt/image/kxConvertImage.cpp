@@ -1,5 +1,6 @@
 #include "opt/image/kxConvertImage.h"
 
+#include "opt/framework/kxNumberText.h"
 #include "opt/image/kxQuantizeImage.h"
 #include "platform/gfx/kxImageUtils.h"
 #include "platform/utils/kxIntHistogram.h"
@@ -179,7 +180,7 @@ bool kxConvertImage::readsItself(kxStringRef key, std::string_view value) const
     { return std::find(words.begin(), words.end(), word) != words.end(); };
     // Names spelt as the fields have them, and numbers, are set and echoed as fields. `configure` speaks of what is neither.
     int32_t number;
-    const bool isNumber = !word.empty() && (word[0] == '-' || word[0] == '+' || (word[0] >= '0' && word[0] <= '9'));
+    const bool isNumber = looksLikeNumber(value);
     if (key.view() == formatToken)
         return !isNumber && !kxMetaEnumOf(_format).findValue(value, number);
     if (key.view() == orderToken)

@@ -72,4 +72,36 @@ TEST(kxStatistics, CountsTypesInstancesAndDepths)
     }
 }
 
+// What hosts count one by one, and what a walk counts, add up: in either order, for a node met before and for a new one.
+TEST(kxStatistics, SingleMeetingsAndWalksAddUp)
+{
+    kxStatistics::enableStatistics();
+    const NamedScene scene("Group\"town\"(Group\"house\"(Group\"room\"))");
+    kxNode* town = scene.m_root;
+    kxNode* house = static_cast<kxGroup*>(town)->getChild(0u);
+    const auto statistics = kxNew<kxStatistics>();
+    kxAllNodeStatistics& nodes = *statistics->_nodeStatistics;
+    nodes.appendNode(house, 7);
+    nodes.appendNode(house, 3);
+    statistics->createStatitics(town, 1); // the house lies at 2
+    nodes.appendNode(town, 5);
+
+    const auto valueOf = [](const char* field, const kxNode* node)
+    { return kxNode::staticMetaObject()->findField(field)->getAddress(node); };
+    const auto numberOf = [&](const kxNode* node)
+    { return *static_cast<const int32_t*>(valueOf("nodeInstanceNumber", node)); };
+    const auto depthOf = [&](const kxNode* node)
+    { return *static_cast<const float*>(valueOf("nodeDepthAverage", node)); };
+    EXPECT_EQ(numberOf(house), 3);
+    EXPECT_FLOAT_EQ(depthOf(house), 4);
+    EXPECT_EQ(numberOf(town), 2);
+    EXPECT_FLOAT_EQ(depthOf(town), 3);
+    ASSERT_EQ(nodes._nodeStatisticsList->getCount(), 1u);
+    const kxGenericNodeStatistics& groups = *nodes._nodeStatisticsList->get(0);
+    EXPECT_EQ(groups._instance, 6);
+    ASSERT_EQ(groups._instanceList->getCount(), 3u);
+    for (uint32_t i = 1; i < 3; ++i)
+        EXPECT_LT(groups._instanceList->get(i - 1)->getSerial(), groups._instanceList->get(i)->getSerial());
+}
+
 } // namespace Kel::Opt
